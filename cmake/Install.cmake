@@ -1,0 +1,35 @@
+# What `cmake --install` puts where, and how other projects find it.
+
+include(CMakePackageConfigHelpers)
+
+set(qmsg_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/qmsg")
+set(qmsg_data_dir "${CMAKE_INSTALL_DATADIR}/qmsg")
+
+install(TARGETS qmsg EXPORT qmsgTargets)
+install(DIRECTORY "${PROJECT_BINARY_DIR}/src/generated/qmsg"
+  DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" FILES_MATCHING PATTERN "*.pb.h")
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/proto" DESTINATION "${qmsg_data_dir}"
+  FILES_MATCHING PATTERN "*.proto")
+install(FILES "${PROJECT_BINARY_DIR}/src/generated/qmsg.desc" DESTINATION "${qmsg_data_dir}")
+
+install(EXPORT qmsgTargets NAMESPACE qmsg:: DESTINATION "${qmsg_package_dir}")
+configure_package_config_file(cmake/qmsgConfig.cmake.in "${PROJECT_BINARY_DIR}/qmsgConfig.cmake"
+  INSTALL_DESTINATION "${qmsg_package_dir}" NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/qmsgConfigVersion.cmake"
+  COMPATIBILITY SameMajorVersion)
+install(FILES "${PROJECT_BINARY_DIR}/qmsgConfig.cmake"
+  "${PROJECT_BINARY_DIR}/qmsgConfigVersion.cmake" DESTINATION "${qmsg_package_dir}")
+
+# pkg-config puts the folder of qmsg.pc in pcfiledir: from there the prefix is found again after a
+# move, as long as the folders are given relative to it.
+file(RELATIVE_PATH qmsg_pc_to_prefix
+  "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
+configure_file(cmake/qmsg.pc.in "${PROJECT_BINARY_DIR}/qmsg.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/qmsg.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+
+if(PROJECT_IS_TOP_LEVEL)
+  add_custom_target(uninstall
+    COMMAND "${CMAKE_COMMAND}" "-DMANIFEST=${PROJECT_BINARY_DIR}/install_manifest.txt"
+      "-DPREFIX=${CMAKE_INSTALL_PREFIX}" -P "${PROJECT_SOURCE_DIR}/cmake/uninstall.cmake"
+    COMMENT "Removing what the last install wrote" VERBATIM)
+endif()
