@@ -1,0 +1,10 @@
+# Runs PROGRAM with PRELOAD ahead of all other libraries and compares what it prints with EXPECTED.
+
+set(ENV{LD_PRELOAD} "${PRELOAD}")
+execute_process(COMMAND "${PROGRAM}"
+  OUTPUT_VARIABLE order ERROR_VARIABLE errors RESULT_VARIABLE status)
+file(READ "${EXPECTED}" expected)
+if(NOT status EQUAL 0 OR NOT order STREQUAL expected)
+  message(FATAL_ERROR "The files register in another order than in ${EXPECTED}.\n"
+    "status ${status}\n--- expected\n${expected}--- found\n${order}${errors}")
+endif()

@@ -1,0 +1,46 @@
+// Loaded ahead of the protobuf runtime, it stands in for the constructor that registers a file,
+// prints what is known at that moment, and hands over to the runtime's own.
+
+#include <dlfcn.h>
+#include <google/protobuf/generated_message_reflection.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+using google::protobuf::internal::DescriptorTable;
+
+namespace {
+
+constexpr char kRunner[] =
+    "_ZN6google8protobuf8internal20AddDescriptorsRunnerC1EPKNS1_15DescriptorTableE";
+
+bool BelongsToTheRuntime(const DescriptorTable& table) {
+  return std::strncmp(table.filename, "google/", std::strlen("google/")) == 0;
+}
+
+void Print(const DescriptorTable& table) {
+  std::printf("%s: %s; imports", table.filename,
+              table.is_initialized ? "already registered" : "not yet registered");
+  for (int i = 0; i < table.num_deps; ++i) {
+    std::printf(" %s (%s)", table.deps[i]->filename,
+                table.deps[i]->is_initialized ? "registered" : "not yet");
+  }
+  std::printf("%s\n", table.num_deps == 0 ? " nothing" : "");
+}
+
+}  // namespace
+
+google::protobuf::internal::AddDescriptorsRunner::AddDescriptorsRunner(
+    const DescriptorTable* table) {
+  using Runner = void (*)(AddDescriptorsRunner*, const DescriptorTable*);
+  static const auto runner = reinterpret_cast<Runner>(dlsym(RTLD_NEXT, kRunner));
+  if (runner == nullptr) {
+    std::fprintf(stderr, "recorder: the protobuf runtime has no %s\n", kRunner);
+    std::abort();
+  }
+  if (!BelongsToTheRuntime(*table)) {
+    Print(*table);
+  }
+  runner(this, table);
+}
