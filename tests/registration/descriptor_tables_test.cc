@@ -213,6 +213,7 @@ TEST_P(Table, BuildsReflectionOnceForThreadsThatStartTogether) {
     threads.emplace_back([&waiting, &reflection, message] {
       --waiting;
       while (waiting > 0) {
+        std::this_thread::yield();
       }
       reflection = message->GetReflection();
     });
