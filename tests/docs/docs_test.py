@@ -1,0 +1,73 @@
+"""What the documents say is so: programs, their output, tables, links."""
+
+import os
+import pathlib
+import re
+import subprocess
+import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+README = ROOT / "README.md"
+
+
+def documents():
+    return sorted(ROOT.glob("*.md")) + sorted(ROOT.glob("docs/**/*.md")) + sorted(
+        ROOT.glob("examples/**/*.md"))
+
+
+def blocks(path, language):
+    """The contents of the fenced blocks of a language."""
+    return re.findall(rf"^```{language}\n(.*?)^```$", path.read_text(), re.M | re.S)
+
+
+def anchors(path):
+    """The fragments that the headings of a document can be linked by."""
+    headings = re.findall(r"^#+ (.*)$", path.read_text(), re.M)
+    return {re.sub(r"[^\w\- ]", "", heading.lower()).replace(" ", "-") for heading in headings}
+
+
+class Documents(unittest.TestCase):
+    def test_the_first_program_is_the_quickstart(self):
+        quickstart = (ROOT / "examples/quickstart/main.cc").read_text()
+        self.assertEqual(blocks(README, "cpp")[0].strip(), quickstart.strip())
+
+    def test_the_quickstart_prints_what_is_shown(self):
+        run = subprocess.run([os.environ["QMSG_QUICKSTART"]], capture_output=True, text=True,
+                             check=True)
+        self.assertIn(run.stdout.strip(), blocks(README, "json")[0].strip())
+
+    def test_the_table_of_messages_is_complete(self):
+        declared, file = {}, None
+        for line in (ROOT / "tests/schema/declarations.txt").read_text().splitlines():
+            if not line.startswith(" "):
+                file = line.split()[0]
+                declared[file] = []
+            elif line.startswith("  message "):
+                declared[file].append(line.split()[1])
+        rows = re.findall(r"^\| \[`(\w+\.proto)`\]\S* \| `(quor\.protobuf\.\w+)` \| (.*?) \|",
+                          README.read_text(), re.M)
+        listed = {file: re.findall(r"`(\w+)`", names) for file, _, names in rows}
+        self.assertEqual(listed, declared)
+
+    def test_links_lead_somewhere(self):
+        for document in documents():
+            for target in re.findall(r"\]\(([^)\s]+)\)", document.read_text()):
+                if "://" in target:
+                    continue
+                path, _, fragment = target.partition("#")
+                file = (document.parent / path).resolve() if path else document
+                with self.subTest(document=document.name, target=target):
+                    self.assertTrue(file.exists())
+                    if fragment:
+                        self.assertIn(fragment, anchors(file))
+
+    def test_every_command_of_the_entry_script_is_one_that_ci_runs(self):
+        ci = (ROOT / ".ci/run").read_text()
+        for document in documents():
+            for command in re.findall(r"^(\./dev \w+)", "\n".join(blocks(document, "sh")), re.M):
+                with self.subTest(document=document.name, command=command):
+                    self.assertIn(command, ci)
+
+
+if __name__ == "__main__":
+    unittest.main()
