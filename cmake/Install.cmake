@@ -5,6 +5,10 @@ include(CMakePackageConfigHelpers)
 set(qmsg_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/qmsg")
 set(qmsg_data_dir "${CMAKE_INSTALL_DATADIR}/qmsg")
 
+if(PROJECT_IS_TOP_LEVEL)
+  include(cmake/UninstallTarget.cmake)
+endif()
+
 install(TARGETS qmsg EXPORT qmsgTargets)
 install(DIRECTORY "${PROJECT_BINARY_DIR}/src/generated/qmsg"
   DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" FILES_MATCHING PATTERN "*.pb.h")
@@ -24,12 +28,9 @@ install(FILES "${PROJECT_BINARY_DIR}/qmsgConfig.cmake"
 # move, as long as the folders are given relative to it.
 file(RELATIVE_PATH qmsg_pc_to_prefix
   "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
+foreach(folder INCLUDEDIR LIBDIR DATADIR)
+  file(RELATIVE_PATH qmsg_pc_${folder}
+    "${CMAKE_INSTALL_PREFIX}" "${CMAKE_INSTALL_FULL_${folder}}")
+endforeach()
 configure_file(cmake/qmsg.pc.in "${PROJECT_BINARY_DIR}/qmsg.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/qmsg.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
-
-if(PROJECT_IS_TOP_LEVEL)
-  add_custom_target(uninstall
-    COMMAND "${CMAKE_COMMAND}" "-DMANIFEST=${PROJECT_BINARY_DIR}/install_manifest.txt"
-      "-DPREFIX=${CMAKE_INSTALL_PREFIX}" -P "${PROJECT_SOURCE_DIR}/cmake/uninstall.cmake"
-    COMMENT "Removing what the last install wrote" VERBATIM)
-endif()

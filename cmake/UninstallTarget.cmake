@@ -1,0 +1,18 @@
+# The target `uninstall`. Installing notes first which folders it is about to make, so that
+# uninstalling removes these and no others: an empty /usr/local/include is not ours to remove.
+# Installation rules run in the order of their declaration: include this ahead of the others.
+
+set(qmsg_folder_record "${PROJECT_BINARY_DIR}/install_folders.txt")
+set(qmsg_destinations
+  "${CMAKE_INSTALL_INCLUDEDIR}/qmsg"
+  "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
+  "${qmsg_package_dir}"
+  "${qmsg_data_dir}/proto")
+
+install(CODE "set(FOLDERS [[${qmsg_folder_record}]])\nset(DESTINATIONS [[${qmsg_destinations}]])")
+install(SCRIPT cmake/note_new_folders.cmake)
+
+add_custom_target(uninstall
+  COMMAND "${CMAKE_COMMAND}" "-DMANIFEST=${PROJECT_BINARY_DIR}/install_manifest.txt"
+    "-DFOLDERS=${qmsg_folder_record}" -P "${PROJECT_SOURCE_DIR}/cmake/uninstall.cmake"
+  COMMENT "Removing what the last install wrote" VERBATIM)

@@ -1,0 +1,3 @@
+include(FetchContent)
+FetchContent_Declare(qmsg URL "${QMSG_SOURCE}")
+FetchContent_MakeAvailable(qmsg)

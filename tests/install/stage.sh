@@ -1,0 +1,17 @@
+# Sourced by the tests. Makes a build folder that installs what the build under test has compiled:
+# nothing is compiled twice, and the developer's own install manifest stays as it is.
+# shellcheck shell=bash
+
+stage() { # FOLDER CMAKE_ARGUMENT...
+  local folder=$1
+  shift
+  rm -rf "$folder"
+  cmake -S "$QMSG_SOURCE" -B "$folder" -DBUILD_TESTING=OFF -DQMSG_BUILD_EXAMPLES=OFF \
+    "-DCMAKE_BUILD_TYPE=$QMSG_BUILD_TYPE" "$@"
+  cp -a "$QMSG_BUILD"/src/{generated,libqmsg.so*} "$folder/src"
+}
+
+# Lists the files below a folder, and where the links among them lead.
+installed_files() { # FOLDER
+  find "$1" -type l -printf '%P -> %l\n' -o -type f -printf '%P\n' | LC_ALL=C sort
+}
