@@ -1,0 +1,46 @@
+#include "prototypes.h"
+
+#include <google/protobuf/io/coded_stream.h>
+#include <google/protobuf/io/zero_copy_stream_impl_lite.h>
+
+#include <stdexcept>
+
+#include "message_list.h"
+
+namespace contract {
+
+const std::vector<const Message*>& Prototypes() {
+  static const std::vector<const Message*> prototypes = [] {
+    std::vector<const Message*> all;
+    AllMessages::ForEach(
+        [&all](auto type) { all.push_back(&decltype(type)::Message::default_instance()); });
+    return all;
+  }();
+  return prototypes;
+}
+
+std::vector<const FieldDescriptor*> Fields(const Message& message) {
+  std::vector<const FieldDescriptor*> fields;
+  for (int i = 0; i < message.GetDescriptor()->field_count(); ++i) {
+    fields.push_back(message.GetDescriptor()->field(i));
+  }
+  return fields;
+}
+
+std::unique_ptr<Message> NewOnHeap(const Message& prototype) {
+  return std::unique_ptr<Message>(prototype.New());
+}
+
+std::string DeterministicBytes(const Message& message) {
+  std::string bytes;
+  google::protobuf::io::StringOutputStream stream(&bytes);
+  google::protobuf::io::CodedOutputStream output(&stream);
+  output.SetSerializationDeterministic(true);
+  if (!message.SerializeToCodedStream(&output)) {
+    throw std::runtime_error("Cannot write " + message.GetTypeName());
+  }
+  output.Trim();
+  return bytes;
+}
+
+}  // namespace contract
