@@ -147,7 +147,8 @@ TEST_P(Table, ListsItsDefaultInstancesNestedMessagesFirst) {
 }
 
 TEST_P(Table, FillsMetadataAndEnumSlotsOnFirstUseOnly) {
-  for (int i = 0; i < table().num_messages; ++i) {
+  ASSERT_EQ(static_cast<std::size_t>(table().num_messages), file().classes.size());
+  for (std::size_t i = 0; i < file().classes.size(); ++i) {
     EXPECT_EQ(table().file_level_metadata[i].descriptor, nullptr) << file().classes[i];
     EXPECT_EQ(table().file_level_metadata[i].reflection, nullptr) << file().classes[i];
   }
@@ -160,7 +161,7 @@ TEST_P(Table, FillsMetadataAndEnumSlotsOnFirstUseOnly) {
 
   EXPECT_EQ(table().file_level_metadata[last].descriptor, descriptor);
   std::set<const Reflection*> reflections;
-  for (int i = 0; i < table().num_messages; ++i) {
+  for (std::size_t i = 0; i < file().classes.size(); ++i) {
     ASSERT_NE(table().file_level_metadata[i].descriptor, nullptr) << file().classes[i];
     EXPECT_EQ(table().file_level_metadata[i].descriptor->full_name(),
               "quor.protobuf." + file().classes[i]);
@@ -177,7 +178,8 @@ TEST_P(Table, GivesEachMessageItsReflectionOffsets) {
   enum Header { kHasBits, kMetadata, kExtensions, kOneofCase, kWeakFields, kInlinedStrings, kSize };
   constexpr auto kNone = ~std::uint32_t{0};
   EXPECT_EQ(table().offsets, file().offsets);
-  for (int i = 0; i < table().num_messages; ++i) {
+  ASSERT_EQ(static_cast<std::size_t>(table().num_messages), file().classes.size());
+  for (std::size_t i = 0; i < file().classes.size(); ++i) {
     SCOPED_TRACE(file().classes[i]);
     const Descriptor* descriptor = table().default_instances[i]->GetDescriptor();
     const auto begin = static_cast<std::size_t>(table().schemas[i].offsets_index);

@@ -1,0 +1,89 @@
+// Wire bytes in a form that people can write, read and compare.
+#ifndef QMSG_TESTS_MESSAGES_WIRE_H
+#define QMSG_TESTS_MESSAGES_WIRE_H
+
+#include <google/protobuf/message.h>
+#include <google/protobuf/stubs/logging.h>
+#include <google/protobuf/unknown_field_set.h>
+#include <google/protobuf/util/message_differencer.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace wire {
+
+// -1 as a varint, and the largest unsigned 64-bit number too.
+inline const std::string kAllOnes = "FF FF FF FF FF FF FF FF FF 01";
+
+// "08 01" as two bytes. Spaces may be left out, so that one literal a field can be joined.
+std::string Bytes(const std::string& hex);
+
+// The opposite of Bytes, with a space between two bytes.
+std::string Hex(const std::string& bytes);
+
+// The message as it is written.
+std::string Hex(const google::protobuf::Message& message);
+
+const google::protobuf::UnknownFieldSet& UnknownFields(const google::protobuf::Message& message);
+
+template <typename M>
+M Parse(const std::string& hex) {
+  M message;
+  EXPECT_TRUE(message.ParseFromString(Bytes(hex))) << hex;
+  return message;
+}
+
+// The message is written as these bytes, and these bytes are read as that message.
+template <typename M>
+void ExpectBytes(const M& message, const std::string& hex) {
+  EXPECT_EQ(Hex(message), Hex(Bytes(hex)));
+  const M read = Parse<M>(hex);
+  EXPECT_TRUE(UnknownFields(read).empty()) << hex;
+  EXPECT_TRUE(google::protobuf::util::MessageDifferencer::Equals(read, message))
+      << hex << " was read as " << read.ShortDebugString();
+}
+
+// While it lives, it takes what the runtime logs. Only one may live at a time.
+class LogRecorder {
+ public:
+  struct Line {
+    google::protobuf::LogLevel level;
+    std::string text;
+  };
+
+  LogRecorder();
+  ~LogRecorder();
+  LogRecorder(const LogRecorder&) = delete;
+  LogRecorder& operator=(const LogRecorder&) = delete;
+  LogRecorder(LogRecorder&&) = delete;
+  LogRecorder& operator=(LogRecorder&&) = delete;
+
+  // The lines since the last call.
+  std::vector<Line> Take();
+
+ private:
+  std::vector<Line> lines_;
+  google::protobuf::LogHandler* previous_;
+};
+
+// One line, at error level, that names the field and what was being done ("parsing").
+void ExpectComplaint(const std::vector<LogRecorder::Line>& lines, const std::string& field,
+                     const std::string& doing);
+
+// The message holds text that is not UTF-8 in this field: it is written as these bytes and not
+// read again, and both name the field.
+template <typename M>
+void ExpectInvalidTextIsWrittenButNotRead(const M& message, const std::string& hex,
+                                          const std::string& field) {
+  LogRecorder log;
+  EXPECT_EQ(Hex(message), Hex(Bytes(hex)));
+  ExpectComplaint(log.Take(), field, "serializing");
+  M read;
+  EXPECT_FALSE(read.ParseFromString(Bytes(hex))) << hex;
+  ExpectComplaint(log.Take(), field, "parsing");
+}
+
+}  // namespace wire
+
+#endif
