@@ -6,7 +6,7 @@
 #include <functional>
 #include <type_traits>
 
-#include "log_capture.h"
+#include "../support/log_recorder.h"
 #include "typed_fill.h"
 
 namespace contract {
@@ -137,7 +137,7 @@ TEST(AllocatedMessage, OfAnotherArenaIsAFatalErrorOfTheRuntime) {
     Arena other;
     Sub* const sub = &FilledOn<Sub>(other, 0);
     for (M* const message : {&on_heap, &on_arena}) {
-      const LogCapture log;
+      const LogRecorder log;
       EXPECT_THROW((message->*field.set_allocated)(sub), google::protobuf::FatalException);
       ASSERT_EQ(log.lines().size(), 1U);
       EXPECT_EQ(log.lines().front().level, google::protobuf::LOGLEVEL_FATAL);

@@ -3,7 +3,7 @@
 #include <google/protobuf/descriptor.h>
 #include <gtest/gtest.h>
 
-#include "log_capture.h"
+#include "../support/log_recorder.h"
 #include "prototypes.h"
 #include "wire.h"
 
@@ -51,9 +51,9 @@ void ForEachStringField(const Check& check) {
   }
 }
 
-void ExpectErrorsNaming(const FieldDescriptor* field, std::size_t count, const LogCapture& log) {
+void ExpectErrorsNaming(const FieldDescriptor* field, std::size_t count, const LogRecorder& log) {
   EXPECT_EQ(log.lines().size(), count);
-  for (const LogCapture::Line& line : log.lines()) {
+  for (const LogRecorder::Line& line : log.lines()) {
     EXPECT_EQ(line.level, google::protobuf::LOGLEVEL_ERROR);
     EXPECT_NE(line.text.find("'" + field->full_name() + "'"), std::string::npos) << line.text;
   }
@@ -64,7 +64,7 @@ TEST(InvalidText, IsWrittenAllTheSameWithOneErrorNamingTheField) {
     for (const std::string& text : InvalidTexts()) {
       const std::unique_ptr<Message> message = NewOnHeap(prototype);
       PutString(*message, field, text);
-      const LogCapture log;
+      const LogRecorder log;
       EXPECT_EQ(message->SerializeAsString(), wire::LengthDelimitedField(field->number(), text));
       ExpectErrorsNaming(field, 1, log);
     }
@@ -75,7 +75,7 @@ TEST(InvalidText, IsRefusedWithAnErrorNamingTheField) {
   ForEachStringField([](const Message& prototype, const FieldDescriptor* field) {
     for (const std::string& text : InvalidTexts()) {
       const std::unique_ptr<Message> message = NewOnHeap(prototype);
-      const LogCapture log;
+      const LogRecorder log;
       EXPECT_FALSE(message->ParseFromString(wire::LengthDelimitedField(field->number(), text)));
       ExpectErrorsNaming(field, 1, log);
     }
@@ -93,7 +93,7 @@ TEST(InvalidText, IsReportedForEachElementOfARepeatedField) {
     for (const char* text : {"\xff", "good", "", "\xfe"}) {
       PutString(*message, field, text);
     }
-    const LogCapture log;
+    const LogRecorder log;
     EXPECT_EQ(message->SerializeAsString(),
               wire::LengthDelimitedField(field->number(), "\xff") +
                   wire::LengthDelimitedField(field->number(), "good") +
@@ -110,7 +110,7 @@ TEST(InvalidText, InALaterElementIsRefusedToo) {
       return;
     }
     const std::unique_ptr<Message> message = NewOnHeap(prototype);
-    const LogCapture log;
+    const LogRecorder log;
     EXPECT_FALSE(message->ParseFromString(wire::LengthDelimitedField(field->number(), "good") +
                                           wire::LengthDelimitedField(field->number(), "\xff")));
     ExpectErrorsNaming(field, 1, log);
@@ -123,7 +123,7 @@ TEST(ValidText, IsWrittenAndReadInSilence) {
     for (const std::string& text : ValidTexts()) {
       const std::string bytes = wire::LengthDelimitedField(field->number(), text);
       const std::unique_ptr<Message> message = NewOnHeap(prototype);
-      const LogCapture log;
+      const LogRecorder log;
       EXPECT_TRUE(message->ParseFromString(bytes));
       EXPECT_EQ(message->SerializeAsString(), bytes);
       EXPECT_TRUE(log.lines().empty());

@@ -30,6 +30,7 @@ using quor::protobuf::QuorPHP::QVal;
 using quor::protobuf::QuorPHP::StackTraceFrame;
 using quor::protobuf::QuorPHP::SuperglobalVariable;
 using wire::ExpectBytes;
+using wire::ExpectComplaint;
 using wire::Hex;
 using wire::Parse;
 
@@ -340,7 +341,7 @@ TEST(Event, IsNotReadIfANestedTextIsNotUtf8) {
       {"4A 05 1A 03 32 01 FF", "quor.protobuf.QuorPHP.QVal.json_value"},
   };
   for (const auto& c : cases) {
-    wire::LogRecorder log;
+    LogRecorder log;
     Event event;
     EXPECT_FALSE(event.ParseFromString(wire::Bytes(c.bytes))) << c.bytes;
     ExpectComplaint(log.Take(), c.field, "parsing");

@@ -17,6 +17,7 @@ using quor::protobuf::QuorPHP::StackTraceFrame;
 using quor::protobuf::QuorPHP::SuperglobalValue;
 using quor::protobuf::QuorPHP::SuperglobalVariable;
 using wire::ExpectBytes;
+using wire::ExpectComplaint;
 using wire::Hex;
 using wire::Parse;
 
@@ -139,7 +140,7 @@ TEST(SuperglobalValue, IsEmptyOnceCleared) {
 }
 
 TEST(SuperglobalValue, IsNotReadIfAValueInItIsNotUtf8) {
-  wire::LogRecorder log;
+  LogRecorder log;
   SuperglobalValue entry;
   EXPECT_FALSE(entry.ParseFromString(wire::Bytes("0A 01 61 1A 03 1A 01 FF")));
   ExpectComplaint(log.Take(), "quor.protobuf.QuorPHP.QVal.string_value", "parsing");

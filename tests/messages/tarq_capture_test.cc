@@ -21,6 +21,7 @@ using quor::protobuf::Tarq::Storage;
 using quor::protobuf::Tarq::StorageData;
 using quor::protobuf::Tarq::Superglobals;
 using wire::ExpectBytes;
+using wire::ExpectComplaint;
 using wire::Hex;
 using wire::Parse;
 
@@ -163,7 +164,7 @@ TEST(TarqResponseBody, WritesALoneByte80ButDoesNotReadIt) {
 }
 
 TEST(TarqStorageData, IsNotReadIfItsSecondValueIsNotUtf8) {
-  wire::LogRecorder log;
+  LogRecorder log;
   StorageData entry;
   EXPECT_FALSE(entry.ParseFromString(wire::Bytes("12 01 61 12 01 FF 12 01 62")));
   ExpectComplaint(log.Take(), "quor.protobuf.Tarq.StorageData.data", "parsing");
@@ -172,7 +173,7 @@ TEST(TarqStorageData, IsNotReadIfItsSecondValueIsNotUtf8) {
 }
 
 TEST(TarqStorage, IsNotReadIfAnEntryIsNotUtf8) {
-  wire::LogRecorder log;
+  LogRecorder log;
   Storage storage;
   EXPECT_FALSE(storage.ParseFromString(wire::Bytes("0A 01 71 1A 03 0A 01 C0")));
   ExpectComplaint(log.Take(), "quor.protobuf.Tarq.StorageData.key", "parsing");

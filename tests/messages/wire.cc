@@ -1,28 +1,14 @@
 #include "wire.h"
 
 #include <google/protobuf/message.h>
-#include <google/protobuf/stubs/logging.h>
 #include <google/protobuf/unknown_field_set.h>
 #include <gtest/gtest.h>
 
 #include <cctype>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace wire {
-namespace {
-
-// The runtime calls a plain function, which has to find the lines of the recorder.
-std::vector<LogRecorder::Line>* recorded = nullptr;
-
-void Record(google::protobuf::LogLevel level, const char* /*file*/, int /*line*/,
-            const std::string& text) {
-  recorded->push_back({level, text});
-}
-
-}  // namespace
-
 std::string Bytes(const std::string& hex) {
   std::string digits;
   for (const char c : hex) {
@@ -60,14 +46,6 @@ std::string Hex(const google::protobuf::Message& message) {
 const google::protobuf::UnknownFieldSet& UnknownFields(const google::protobuf::Message& message) {
   return message.GetReflection()->GetUnknownFields(message);
 }
-
-LogRecorder::LogRecorder() : previous_(google::protobuf::SetLogHandler(&Record)) {
-  recorded = &lines_;
-}
-
-LogRecorder::~LogRecorder() { google::protobuf::SetLogHandler(previous_); }
-
-std::vector<LogRecorder::Line> LogRecorder::Take() { return std::exchange(lines_, {}); }
 
 void ExpectComplaint(const std::vector<LogRecorder::Line>& lines, const std::string& field,
                      const std::string& doing) {

@@ -3,13 +3,14 @@
 #define QMSG_TESTS_MESSAGES_WIRE_H
 
 #include <google/protobuf/message.h>
-#include <google/protobuf/stubs/logging.h>
 #include <google/protobuf/unknown_field_set.h>
 #include <google/protobuf/util/message_differencer.h>
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
+
+#include "../support/log_recorder.h"
 
 namespace wire {
 
@@ -43,29 +44,6 @@ void ExpectBytes(const M& message, const std::string& hex) {
   EXPECT_TRUE(google::protobuf::util::MessageDifferencer::Equals(read, message))
       << hex << " was read as " << read.ShortDebugString();
 }
-
-// While it lives, it takes what the runtime logs. Only one may live at a time.
-class LogRecorder {
- public:
-  struct Line {
-    google::protobuf::LogLevel level;
-    std::string text;
-  };
-
-  LogRecorder();
-  ~LogRecorder();
-  LogRecorder(const LogRecorder&) = delete;
-  LogRecorder& operator=(const LogRecorder&) = delete;
-  LogRecorder(LogRecorder&&) = delete;
-  LogRecorder& operator=(LogRecorder&&) = delete;
-
-  // The lines since the last call.
-  std::vector<Line> Take();
-
- private:
-  std::vector<Line> lines_;
-  google::protobuf::LogHandler* previous_;
-};
 
 // One line, at error level, that names the field and what was being done ("parsing").
 void ExpectComplaint(const std::vector<LogRecorder::Line>& lines, const std::string& field,

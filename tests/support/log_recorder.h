@@ -1,4 +1,4 @@
-// What the runtime logs while the object lives.
+// What the runtime logs while a recorder lives.
 #pragma once
 
 #include <google/protobuf/stubs/logging.h>
@@ -6,23 +6,23 @@
 #include <string>
 #include <vector>
 
-namespace contract {
-
-class LogCapture {
+class LogRecorder {
  public:
-  LogCapture();
-  ~LogCapture();
-  LogCapture(const LogCapture&) = delete;
-  LogCapture& operator=(const LogCapture&) = delete;
-
   struct Line {
     google::protobuf::LogLevel level;
     std::string text;
   };
+
+  LogRecorder();
+  ~LogRecorder();
+  LogRecorder(const LogRecorder&) = delete;
+  LogRecorder& operator=(const LogRecorder&) = delete;
+
   const std::vector<Line>& lines() const;
+
+  // The lines since the last call.
+  std::vector<Line> Take();
 
  private:
   google::protobuf::LogHandler* previous_;
 };
-
-}  // namespace contract

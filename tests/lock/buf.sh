@@ -1,0 +1,64 @@
+#!/usr/bin/env bash
+# Usage: buf.sh COMMAND WORK_DIR PROTO_DIR [DESCRIPTOR_SET PYTHON]
+# COMMAND is install, lint, format or breaking. buf is installed in WORK_DIR; after that, nothing
+# here needs a network. 77 says that the check was skipped; in CI that is a failure.
+set -euo pipefail
+
+command=$1
+work=$2
+proto=$3
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+machine=$(uname -m)
+buf=$work/node_modules/@bufbuild/buf-linux-${machine/x86_64/x64}/bin/buf
+export BUF_CACHE_DIR=$work/cache
+
+cannot() {
+  if [[ ${CI:-} ]]; then
+    echo "Failed: $1"
+    exit 1
+  fi
+  echo "Skipped: $1"
+  exit 77
+}
+
+install_buf() {
+  command -v npm >/dev/null || cannot "there is no npm, which Debian has in the package npm."
+  if cmp --silent "$here/package-lock.json" "$work/package-lock.json" && [[ -x $buf ]]; then
+    return
+  fi
+  mkdir -p "$work"
+  cp "$here/package.json" "$here/package-lock.json" "$here/.npmrc" "$work"
+  (cd "$work" && npm ci --no-audit --no-fund --prefer-offline) ||
+    cannot "npm could not install buf."
+  [[ -x $buf ]] || cannot "there is no buf for this machine ($machine)."
+}
+
+# The order of imports is part of the descriptors, and buf has another one.
+without_imports() {
+  grep -v '^import ' "$1"
+}
+
+check_format() {
+  local formatted=$work/formatted wrong=0 file
+  rm -rf "$formatted"
+  "$buf" format "$proto" --config "$here/buf.yaml" --output "$formatted"
+  for file in "$proto"/*.proto; do
+    diff --unified --label "$file" --label "as buf formats it" \
+      <(without_imports "$file") <(without_imports "$formatted/${file##*/}") || wrong=1
+  done
+  return "$wrong"
+}
+
+if [[ $command == install ]]; then
+  install_buf
+  exit
+fi
+[[ -x $buf ]] || cannot "buf is not installed."
+case $command in
+  lint) "$buf" lint "$proto" --config "$here/buf.yaml" ;;
+  format) check_format ;;
+  breaking)
+    "$5" "$here/buf_image.py" "$4" "$work/locked.binpb"
+    "$buf" breaking "$proto" --config "$here/buf.yaml" --against "$work/locked.binpb"
+    ;;
+esac
