@@ -9,8 +9,7 @@
 #include "tarq.pb.h"
 
 // The generated sources define every other constant themselves.
-#define QMSG_DEFINE_INDEX(message) \
-  constexpr int quor::protobuf::message::kIndexInFileMessages
+#define QMSG_DEFINE_INDEX(message) constexpr int quor::protobuf::message::kIndexInFileMessages
 
 QMSG_DEFINE_INDEX(CT::Header);
 

@@ -53,7 +53,7 @@ std::size_t AllocationsOf(const Action& action) {
 // An arena with enough memory from the start.
 class RoomyArena {
  public:
-  RoomyArena() : block_(64 * 1024), arena_(block_.data(), block_.size()) {}
+  RoomyArena() : block_(std::size_t{64} * 1024), arena_(block_.data(), block_.size()) {}
 
   template <class M>
   M& New() {

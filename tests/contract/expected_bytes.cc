@@ -67,6 +67,7 @@ void AppendMap(const Message& message, const FieldDescriptor* field,
   const FieldDescriptor* key = field->message_type()->map_key();
   const FieldDescriptor* value = field->message_type()->map_value();
   std::vector<const Message*> pairs;
+  pairs.reserve(static_cast<std::size_t>(reflection.FieldSize(message, field)));
   for (int i = 0; i < reflection.FieldSize(message, field); ++i) {
     pairs.push_back(&reflection.GetRepeatedMessage(message, field, i));
   }

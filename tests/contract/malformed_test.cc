@@ -78,9 +78,11 @@ TEST(LengthBeyondTheInput, IsRefusedInEachField) {
       const std::string before = wire::VarintField(kUnused, 7);
       for (const std::string& length : {"\x04"s, "\xff\xff\xff\xff\x07"s, "\xff\xff\xff\xff\x0f"s,
                                         "\xff\xff\xff\xff\xff\xff\xff\xff\xff\x01"s}) {
-        EXPECT_FALSE(message->ParseFromString(before +
-                                              wire::Tag(field->number(), wire::kLengthDelimited) +
-                                              length + "\x08\x01\x00"s));
+        std::string bytes = before;
+        bytes += wire::Tag(field->number(), wire::kLengthDelimited);
+        bytes += length;
+        bytes += "\x08\x01\x00"s;
+        EXPECT_FALSE(message->ParseFromString(bytes));
         EXPECT_EQ(ExpectedElements(*message).back(), (Element{kUnused, before}));
       }
     }

@@ -97,7 +97,7 @@ std::vector<Sample> NonZero(const FieldDescriptor& field) {
     case FieldDescriptor::TYPE_ENUM:
       return {Scalar(&Reflection::SetEnumValue, 1, "\x01"s),
               // Not declared.
-              Scalar(&Reflection::SetEnumValue, 99, "\x63"s),
+              Scalar(&Reflection::SetEnumValue, 99, "c"s),
               Scalar(&Reflection::SetEnumValue, -1, "\xff\xff\xff\xff\xff\xff\xff\xff\xff\x01"s),
               Scalar(&Reflection::SetEnumValue, std::numeric_limits<int>::min(),
                      "\x80\x80\x80\x80\xf8\xff\xff\xff\xff\x01"s)};

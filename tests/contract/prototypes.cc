@@ -21,6 +21,7 @@ const std::vector<const Message*>& Prototypes() {
 
 std::vector<const FieldDescriptor*> Fields(const Message& message) {
   std::vector<const FieldDescriptor*> fields;
+  fields.reserve(static_cast<std::size_t>(message.GetDescriptor()->field_count()));
   for (int i = 0; i < message.GetDescriptor()->field_count(); ++i) {
     fields.push_back(message.GetDescriptor()->field(i));
   }

@@ -20,6 +20,24 @@ def blocks(path, language):
     return re.findall(rf"^```{language}\n(.*?)^```$", path.read_text(), re.M | re.S)
 
 
+def section(path, heading):
+    """The text under a heading, up to the next one of its level or above."""
+    level = heading.index(" ")
+    found = re.search(rf"^{re.escape(heading)}\n(.*?)(?=^#{{1,{level}}} |\Z)", path.read_text(),
+                      re.M | re.S)
+    assert found, f"{path.name} has no heading '{heading}'"
+    return found.group(1)
+
+
+def rows(text):
+    """The cells of the tables in a text, without those of their headings."""
+    cells = [re.split(r"\s*\|\s*", line.strip())[1:-1]
+             for line in text.splitlines() if line.startswith("|")]
+    rules = [row[0].startswith("---") for row in cells] + [False]
+    return [row for row, rule, rule_below in zip(cells, rules, rules[1:])
+            if not rule and not rule_below]
+
+
 def anchors(path):
     """The fragments that the headings of a document can be linked by."""
     headings = re.findall(r"^#+ (.*)$", path.read_text(), re.M)
