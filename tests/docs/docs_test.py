@@ -86,6 +86,20 @@ class Documents(unittest.TestCase):
                 with self.subTest(document=document.name, command=command):
                     self.assertIn(command, ci)
 
+    def test_the_entry_script_explains_itself(self):
+        explained = self.run_entry_script("help")
+        self.assertEqual((explained.returncode, explained.stderr), (0, ""))
+        self.assertIn("Usage: ./dev COMMAND", explained.stdout)
+        for arguments in ([], ["tests"], ["test", "gcc", "clang"], ["test", "msvc"], ["demo", "1"]):
+            with self.subTest(arguments=arguments):
+                refused = self.run_entry_script(*arguments)
+                self.assertEqual((refused.returncode, refused.stdout), (2, ""))
+                self.assertIn(explained.stdout, refused.stderr)
+
+    @staticmethod
+    def run_entry_script(*arguments):
+        return subprocess.run([ROOT / "dev", *arguments], capture_output=True, text=True)
+
 
 if __name__ == "__main__":
     unittest.main()
