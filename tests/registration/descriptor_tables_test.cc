@@ -131,6 +131,7 @@ TEST_P(Table, HoldsTheSerializedFileDescriptor) {
 
 TEST_P(Table, ListsTheImportedTablesSortedByFileName) {
   std::vector<std::string> imports;
+  imports.reserve(static_cast<std::size_t>(table().num_deps));
   for (int i = 0; i < table().num_deps; ++i) {
     imports.emplace_back(table().deps[i]->filename);
   }
@@ -139,6 +140,7 @@ TEST_P(Table, ListsTheImportedTablesSortedByFileName) {
 
 TEST_P(Table, ListsItsDefaultInstancesNestedMessagesFirst) {
   std::vector<std::string> classes;
+  classes.reserve(static_cast<std::size_t>(table().num_messages));
   for (int i = 0; i < table().num_messages; ++i) {
     const std::string& name = table().default_instances[i]->GetDescriptor()->full_name();
     classes.push_back(name.substr(sizeof("quor.protobuf")));
