@@ -1,4 +1,5 @@
-# What `cmake --install` puts where, and how other projects find it.
+# What `cmake --install` puts where, and how other projects find it: qmsg_runtime is what a program
+# needs to run, qmsg_development what it needs to be built.
 
 include(CMakePackageConfigHelpers)
 
@@ -9,20 +10,25 @@ if(PROJECT_IS_TOP_LEVEL)
   include(cmake/UninstallTarget.cmake)
 endif()
 
-install(TARGETS qmsg EXPORT qmsgTargets)
+install(TARGETS qmsg EXPORT qmsgTargets
+  LIBRARY COMPONENT qmsg_runtime NAMELINK_COMPONENT qmsg_development)
 install(DIRECTORY "${PROJECT_BINARY_DIR}/src/generated/qmsg"
-  DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" FILES_MATCHING PATTERN "*.pb.h")
+  DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT qmsg_development
+  FILES_MATCHING PATTERN "*.pb.h")
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/proto" DESTINATION "${qmsg_data_dir}"
-  FILES_MATCHING PATTERN "*.proto")
-install(FILES "${PROJECT_BINARY_DIR}/src/generated/qmsg.desc" DESTINATION "${qmsg_data_dir}")
+  COMPONENT qmsg_development FILES_MATCHING PATTERN "*.proto")
+install(FILES "${PROJECT_BINARY_DIR}/src/generated/qmsg.desc" DESTINATION "${qmsg_data_dir}"
+  COMPONENT qmsg_development)
 
-install(EXPORT qmsgTargets NAMESPACE qmsg:: DESTINATION "${qmsg_package_dir}")
+install(EXPORT qmsgTargets NAMESPACE qmsg:: DESTINATION "${qmsg_package_dir}"
+  COMPONENT qmsg_development)
 configure_package_config_file(cmake/qmsgConfig.cmake.in "${PROJECT_BINARY_DIR}/qmsgConfig.cmake"
   INSTALL_DESTINATION "${qmsg_package_dir}" NO_SET_AND_CHECK_MACRO)
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/qmsgConfigVersion.cmake"
   COMPATIBILITY SameMajorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/qmsgConfig.cmake"
-  "${PROJECT_BINARY_DIR}/qmsgConfigVersion.cmake" DESTINATION "${qmsg_package_dir}")
+  "${PROJECT_BINARY_DIR}/qmsgConfigVersion.cmake" DESTINATION "${qmsg_package_dir}"
+  COMPONENT qmsg_development)
 
 # pkg-config puts the folder of qmsg.pc in pcfiledir: from there the prefix is found again after a
 # move, as long as the folders are given relative to it.
@@ -33,4 +39,5 @@ foreach(folder INCLUDEDIR LIBDIR DATADIR)
     "${CMAKE_INSTALL_PREFIX}" "${CMAKE_INSTALL_FULL_${folder}}")
 endforeach()
 configure_file(cmake/qmsg.pc.in "${PROJECT_BINARY_DIR}/qmsg.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/qmsg.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+install(FILES "${PROJECT_BINARY_DIR}/qmsg.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
+  COMPONENT qmsg_development)
