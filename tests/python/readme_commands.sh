@@ -43,5 +43,5 @@ version=$("$HOME/venv/bin/pip" show qmsg | sed --quiet 's/^Version: //p')
 [[ $version == "$QMSG_VERSION" ]] || fail "the installed version" "$QMSG_VERSION" "$version"
 
 "$HOME/venv/bin/pip" uninstall --yes qmsg
-left=$(find "$HOME/venv" -path '*qmsg*')
+left=$(cd "$HOME/venv" && find . -path '*qmsg*')
 [[ -z $left ]] || fail "what is left after uninstalling" "nothing" "$left"
