@@ -14,7 +14,7 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SOURCE qmsg)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
-set(qmsg_library_package "libqmsg${PROJECT_VERSION_MAJOR}")
+set(qmsg_library_package "libqmsg${qmsg_soversion}")
 set(qmsg_description "These are the requests, errors, function timings, SQL activity and monitoring
 events of PHP worker processes, and the records that exchange queues, jobs and
 configuration, as protobuf messages.")
