@@ -1,0 +1,76 @@
+// usage: fuzz --type=FULL_NAME [what libFuzzer takes]
+// A finding ends the program, and libFuzzer keeps the bytes.
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "check.h"
+#include "mutate.h"
+
+namespace {
+
+// Set once at the start, for a callback that takes nothing but bytes.
+fuzz::Subject g_subject;
+
+std::string TypeArgument(int argc, char** argv) {
+  constexpr std::string_view kOption = "--type=";
+  for (int i = 1; i < argc; ++i) {
+    const std::string_view argument = argv[i];
+    if (argument.substr(0, kOption.size()) == kOption) {
+      return std::string(argument.substr(kOption.size()));
+    }
+  }
+  throw std::runtime_error("--type=FULL_NAME is missing");
+}
+
+std::string Bytes(const std::uint8_t* data, std::size_t size) {
+  return {reinterpret_cast<const char*>(data), size};
+}
+
+}  // namespace
+
+extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t max_size);
+
+// libFuzzer sets the types of the parameters.
+// NOLINTNEXTLINE(readability-non-const-parameter)
+extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
+  try {
+    // It outlives all messages, those of threads and of exit handlers included.
+    static auto& dynamic_types = *new fuzz::DynamicTypes;
+    g_subject = fuzz::FindSubject(TypeArgument(*argc, *argv), dynamic_types);
+  } catch (const std::exception& error) {
+    std::cerr << "fuzz: " << error.what() << '\n';
+    std::exit(EXIT_FAILURE);
+  }
+  return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  try {
+    fuzz::Check(g_subject, Bytes(data, size));
+  } catch (const fuzz::Disagreement& disagreement) {
+    std::cerr << g_subject.compiled->GetTypeName() << ": " << disagreement.what() << '\n';
+    std::abort();
+  }
+  return 0;
+}
+
+extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
+                                               std::size_t max_size, unsigned seed) {
+  fuzz::Random random(seed);
+  const auto change = [](const std::string& bytes, std::size_t limit) {
+    std::string buffer = bytes;
+    buffer.resize(std::max(limit, bytes.size()));
+    buffer.resize(LLVMFuzzerMutate(reinterpret_cast<std::uint8_t*>(buffer.data()), bytes.size(),
+                                   buffer.size()));
+    return buffer;
+  };
+  const std::string mutated = fuzz::Mutate(Bytes(data, size), max_size, random, change);
+  std::copy(mutated.begin(), mutated.end(), data);
+  return mutated.size();
+}

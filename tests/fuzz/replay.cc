@@ -1,0 +1,85 @@
+// usage: replay PATH...
+// Checks each file, and those below each folder. A file's type is the name of its folder:
+// .../quor.protobuf.JQ.Job/anything
+
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "check.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<fs::path> FilesBelow(const fs::path& path) {
+  if (!fs::is_directory(path)) {
+    return {path};
+  }
+  std::vector<fs::path> files;
+  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(path)) {
+    if (entry.is_regular_file()) {
+      files.push_back(entry.path());
+    }
+  }
+  if (files.empty()) {
+    throw std::runtime_error(path.string() + ": no files");
+  }
+  return files;
+}
+
+std::string Content(const fs::path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  std::string bytes{std::istreambuf_iterator<char>(stream), {}};
+  if (!stream) {
+    throw std::runtime_error(file.string() + ": cannot be read");
+  }
+  return bytes;
+}
+
+// Returns the number of findings.
+int Replay(const std::vector<fs::path>& paths) {
+  fuzz::DynamicTypes dynamic_types;
+  std::map<std::string, fuzz::Subject> subjects;
+  int inputs = 0;
+  int findings = 0;
+  for (const fs::path& path : paths) {
+    for (const fs::path& file : FilesBelow(path)) {
+      const std::string type = fs::absolute(file).parent_path().filename();
+      if (subjects.find(type) == subjects.end()) {
+        subjects.emplace(type, fuzz::FindSubject(type, dynamic_types));
+      }
+      try {
+        fuzz::Check(subjects.at(type), Content(file));
+      } catch (const fuzz::Disagreement& disagreement) {
+        std::cout << file.string() << ": " << disagreement.what() << '\n';
+        ++findings;
+      }
+      ++inputs;
+    }
+  }
+  std::cout << inputs << " inputs of " << subjects.size() << " types, " << findings
+            << " findings\n";
+  return findings;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    if (argc < 2) {
+      throw std::invalid_argument("usage: replay PATH...");
+    }
+    return Replay({argv + 1, argv + argc}) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+  } catch (const std::exception& error) {
+    std::cerr << "replay: " << error.what() << '\n';
+    return EXIT_FAILURE;
+  }
+}
