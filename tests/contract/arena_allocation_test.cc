@@ -4,34 +4,11 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <new>
 #include <type_traits>
 #include <vector>
 
+#include "../support/allocations.h"
 #include "message_list.h"
-
-namespace {
-
-std::size_t allocations = 0;
-
-void* CountedAllocation(std::size_t size) {
-  ++allocations;
-  if (void* const memory = std::malloc(size)) {
-    return memory;
-  }
-  throw std::bad_alloc();
-}
-
-}  // namespace
-
-// The other forms end up in these two.
-void* operator new(std::size_t size) { return CountedAllocation(size); }
-void* operator new[](std::size_t size) { return CountedAllocation(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
 
 namespace contract {
 namespace {
@@ -45,9 +22,9 @@ constexpr char kLong[] = "longer than what fits into a string object";
 
 template <class Action>
 std::size_t AllocationsOf(const Action& action) {
-  const std::size_t before = allocations;
+  const std::size_t before = allocations::Made();
   action();
-  return allocations - before;
+  return allocations::Made() - before;
 }
 
 // An arena with enough memory from the start.

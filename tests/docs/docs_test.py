@@ -54,6 +54,11 @@ class Documents(unittest.TestCase):
                              check=True)
         self.assertIn(run.stdout.strip(), blocks(README, "json")[0].strip())
 
+    def test_the_example_of_running_out_of_memory_is_one_that_a_test_runs(self):
+        test = (ROOT / "tests/allocation/memory_limit_test.cc").read_text()
+        [example] = blocks(ROOT / "docs/allocation-failure.md", "cpp")
+        self.assertIn(example, test)
+
     def test_the_table_of_messages_is_complete(self):
         declared, file = {}, None
         for line in (ROOT / "tests/schema/declarations.txt").read_text().splitlines():

@@ -69,6 +69,9 @@ std::string MutateField(const std::string& bytes, std::size_t max_size, Random& 
     return bytes.substr(0, place) + whole + bytes.substr(place);
   }
   const std::size_t others = before.size() + after.size();
+  if (others >= max_size) {
+    return before + after;
+  }
   if (field.payload == field.end) {
     return before + change(whole, max_size - others) + after;
   }

@@ -67,6 +67,19 @@ TEST(Mutation, KeepsWithinItsSize) {
   }
 }
 
+TEST(Mutation, AsksForNoMoreThanItsSizeWhenTheOtherFieldsTakeMore) {
+  const std::string bytes = "\x0a\x08\x0a\x02\x08\x01\x10\x01\x10\x02";
+  for (std::size_t max_size = 0; max_size < bytes.size() + 8; ++max_size) {
+    Random random;
+    for (int i = 0; i < 1000; ++i) {
+      Mutate(bytes, max_size, random, [&](const std::string& changed, std::size_t limit) {
+        EXPECT_LE(limit, max_size);
+        return changed;
+      });
+    }
+  }
+}
+
 TEST(Mutation, OfBytesThatAreNoMessageIsLeftToTheOther) {
   for (const std::string& bytes :
        {""s, "\0"s, "\x08"s, "\x0a\x02\x01"s, "\x0f"s, "\x0b\x08\x01"s}) {

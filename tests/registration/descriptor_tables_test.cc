@@ -12,11 +12,11 @@
 #include <qmsg/quorphp.pb.h>
 #include <qmsg/tarq.pb.h>
 
-#include <atomic>
 #include <set>
 #include <string>
-#include <thread>
 #include <vector>
+
+#include "../support/threads.h"
 
 namespace {
 
@@ -207,24 +207,9 @@ TEST_P(Table, IsNotRegisteredTwice) {
 }
 
 TEST_P(Table, BuildsReflectionOnceForThreadsThatStartTogether) {
-  constexpr int kThreads = 16;
-  std::atomic<int> waiting{kThreads};
-  std::vector<const Reflection*> seen(kThreads);
-  std::vector<std::thread> threads;
-  threads.reserve(kThreads);
+  std::vector<const Reflection*> seen(16);
   const Message* message = table().default_instances[0];
-  for (auto& reflection : seen) {
-    threads.emplace_back([&waiting, &reflection, message] {
-      --waiting;
-      while (waiting > 0) {
-        std::this_thread::yield();
-      }
-      reflection = message->GetReflection();
-    });
-  }
-  for (auto& thread : threads) {
-    thread.join();
-  }
+  RunTogether(seen.size(), [&](std::size_t thread) { seen[thread] = message->GetReflection(); });
   EXPECT_EQ(std::set<const Reflection*>(seen.begin(), seen.end()).size(), 1U);
   EXPECT_EQ(seen[0], table().file_level_metadata[0].reflection);
   EXPECT_EQ(message->GetDescriptor(),
