@@ -1,6 +1,7 @@
 # What makes a fault harder to exploit, for the code that others load into their processes.
 
 include(CheckCXXCompilerFlag)
+include(CMakePushCheckState)
 
 add_library(qmsg_hardening INTERFACE)
 target_compile_options(qmsg_hardening INTERFACE -fstack-protector-strong)
@@ -12,6 +13,8 @@ if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
 endif()
 # Each serves one family of processors: indirect jumps end at marked places only, and a large stack
 # frame touches every page on its way.
+cmake_push_check_state()
+set(CMAKE_REQUIRED_FLAGS -Werror) # Clang warns of those that another processor has
 foreach(flag -fcf-protection=full -mbranch-protection=standard -fstack-clash-protection)
   string(MAKE_C_IDENTIFIER "qmsg_has${flag}" has_flag)
   check_cxx_compiler_flag(${flag} ${has_flag})
@@ -19,6 +22,7 @@ foreach(flag -fcf-protection=full -mbranch-protection=standard -fstack-clash-pro
     target_compile_options(qmsg_hardening INTERFACE ${flag})
   endif()
 endforeach()
+cmake_pop_check_state()
 
 target_link_options(qmsg_hardening INTERFACE
   LINKER:-z,now LINKER:-z,relro # no table of addresses stays writable

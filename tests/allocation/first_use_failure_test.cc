@@ -8,8 +8,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <map>
 #include <new>
+#include <set>
 #include <string>
 
 #include "../support/allocations.h"
@@ -86,19 +86,17 @@ std::string SecondUseAfter(std::size_t nth) {
 
 // Until the runtime has entered the first name of the file into its tables, the next use begins
 // anew. From then on half a file stays there, and the next use stumbles over it. What never happens
-// is that it returns something wrong. How many allocations there are depends on what the process
-// did before.
+// is that it returns something wrong.
 TEST(FailedFirstUse, IsMadeGoodByTheNextOneOrNeverAgain) {
-  std::map<std::string, int> outcomes;
+  std::set<std::string> outcomes;
   for (std::size_t nth = 1;; ++nth) {
     const std::string outcome = SecondUseAfter(nth);
     if (outcome == "never failed") {
       break;
     }
-    ++outcomes[outcome];
+    outcomes.insert(outcome);
   }
-  const std::map<std::string, int> known = {
-      {"usable", 253}, {"dies", 187}, {"throws", 5}, {"waits forever", 1}};
+  const std::set<std::string> known = {"usable", "dies", "throws", "waits forever"};
   EXPECT_EQ(outcomes, known);
 }
 
