@@ -38,14 +38,6 @@ void* Allocate(std::size_t size) {
   return std::memset(header + 1, kUnset, size);
 }
 
-void* AllocateOrNull(std::size_t size) noexcept {
-  try {
-    return Allocate(size);
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
-}
-
 void GiveBack(void* block) noexcept {
   if (block == nullptr) {
     return;
@@ -62,21 +54,7 @@ void GiveBack(void* block) noexcept {
 
 }  // namespace
 
-// A sanitizer has each of these forms too, so all of them are replaced together.
-void* operator new(std::size_t size) { return Allocate(size); }
-void* operator new[](std::size_t size) { return Allocate(size); }
-void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
-  return AllocateOrNull(size);
-}
-void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
-  return AllocateOrNull(size);
-}
-void operator delete(void* block) noexcept { GiveBack(block); }
-void operator delete[](void* block) noexcept { GiveBack(block); }
-void operator delete(void* block, std::size_t /*size*/) noexcept { GiveBack(block); }
-void operator delete[](void* block, std::size_t /*size*/) noexcept { GiveBack(block); }
-void operator delete(void* block, const std::nothrow_t& /*tag*/) noexcept { GiveBack(block); }
-void operator delete[](void* block, const std::nothrow_t& /*tag*/) noexcept { GiveBack(block); }
+#include "operator_new.inc"
 
 namespace allocations {
 
