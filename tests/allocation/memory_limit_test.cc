@@ -2,7 +2,6 @@
 // of its own.
 
 #include <google/protobuf/arena.h>
-#include <google/protobuf/io/zero_copy_stream_impl_lite.h>
 #include <gtest/gtest.h>
 #include <qmsg/tarq.pb.h>
 #include <sys/resource.h>
@@ -10,14 +9,12 @@
 
 #include <cstdlib>
 #include <fstream>
-#include <memory>
 #include <new>
 #include <string>
 
 namespace {
 
 using google::protobuf::Arena;
-using google::protobuf::io::ArrayInputStream;
 using quor::protobuf::Tarq::SqlQueries;
 
 constexpr std::size_t kMebibyte = std::size_t{1} << 20;
@@ -50,51 +47,6 @@ template <class Read>
   SqlQueries small;
   const bool goes_on = small.ParseFromString("\x0a\x02id") && small.queue_id() == "id";
   std::_Exit(goes_on ? outcome : EXIT_FAILURE);
-}
-
-// Ten bytes each: a tag, a length, and four of the bytes that should follow.
-constexpr char kTwoGibibytesLessOne[] = "\xff\xff\xff\xff\x07";
-constexpr char kOneGibibyte[] = "\x80\x80\x80\x80\x04";
-
-std::string Text(const std::string& length) { return "\x0a" + length + "text"; }
-std::string Element(const std::string& length) { return "\x12" + length + "\x0a\x02id"; }
-std::string Unknown(const std::string& length) { return std::string(1, '\x7a') + length + "text"; }
-
-TEST(HugeLength, TakesNoMemoryIfTheBytesLieInMemory) {
-  for (const std::string length : {kTwoGibibytesLessOne, kOneGibibyte}) {
-    for (const std::string& bytes : {Text(length), Element(length), Unknown(length)}) {
-      ASSERT_EQ(bytes.size(), 10U);
-      const auto read = [&](SqlQueries& message) { return message.ParseFromString(bytes); };
-      EXPECT_EXIT(ExitWithOutcome(kMebibyte, read), testing::ExitedWithCode(kRefused), "");
-    }
-  }
-}
-
-bool ReadFromStream(const std::string& bytes, SqlQueries& message) {
-  ArrayInputStream stream(bytes.data(), static_cast<int>(bytes.size()));
-  return message.ParseFromZeroCopyStream(&stream);
-}
-
-void ExpectFromStream(const std::string& bytes, std::size_t more, Outcome outcome) {
-  const auto read = [&](SqlQueries& message) { return ReadFromStream(bytes, message); };
-  EXPECT_EXIT(ExitWithOutcome(more, read), testing::ExitedWithCode(outcome), "");
-}
-
-// A stream does not say how long it is. The runtime makes room for the first 50 000 000 bytes of a
-// text before it has seen them.
-TEST(HugeLength, TakesUpToFiftyMegabytesIfTheBytesComeFromAStream) {
-  for (const std::string& bytes : {Text(kOneGibibyte), Unknown(kOneGibibyte)}) {
-    ExpectFromStream(bytes, 40 * kMebibyte, kOutOfMemory);
-    ExpectFromStream(bytes, 56 * kMebibyte, kRefused);
-  }
-}
-
-TEST(HugeLength, TakesNoMemoryFromAStreamForAnElementOrBeyondTheEndOfAnyStream) {
-  ExpectFromStream(Element(kOneGibibyte), kMebibyte, kRefused);
-  for (const std::string& bytes :
-       {Text(kTwoGibibytesLessOne), Element(kTwoGibibytesLessOne), Unknown(kTwoGibibytesLessOne)}) {
-    ExpectFromStream(bytes, kMebibyte, kRefused);
-  }
 }
 
 // Two bytes an element, of which each takes more than a hundred bytes of memory.

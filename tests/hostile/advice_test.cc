@@ -3,7 +3,6 @@
 #include <google/protobuf/io/coded_stream.h>
 #include <google/protobuf/io/zero_copy_stream_impl_lite.h>
 #include <gtest/gtest.h>
-#include <pthread.h>
 #include <sys/resource.h>
 
 #include <new>
@@ -194,27 +193,6 @@ TEST(ParseShallow, ReadsWhatTheSchemaCanHoldAtSevenLevels) {
   EXPECT_TRUE(ParseShallow(NestedGroups(7), 7, read));
   EXPECT_FALSE(ParseShallow(NestedGroups(8), 7, read));
   EXPECT_FALSE(ParseShallow("\x7c", 7, read));
-}
-
-TEST(DefaultDepth, FitsAStackOf64KiB) {
-#ifdef __SANITIZE_ADDRESS__
-  GTEST_SKIP() << "AddressSanitizer makes frames larger";
-#endif
-  const auto read = [](void* /*unused*/) -> void* {
-    const std::string bytes = NestedGroups(100);
-    quor::protobuf::Login::Login login;
-    EXPECT_TRUE(login.ParseFromString(bytes));
-    EXPECT_EQ(login.SerializeAsString(), bytes);
-    EXPECT_FALSE(login.ParseFromString(NestedGroups(101)));
-    return nullptr;
-  };
-  pthread_attr_t attributes;
-  ASSERT_EQ(pthread_attr_init(&attributes), 0);
-  ASSERT_EQ(pthread_attr_setstacksize(&attributes, std::size_t{64} * 1024), 0);
-  pthread_t thread = 0;
-  ASSERT_EQ(pthread_create(&thread, &attributes, read, nullptr), 0);
-  EXPECT_EQ(pthread_join(thread, nullptr), 0);
-  EXPECT_EQ(pthread_attr_destroy(&attributes), 0);
 }
 
 // Lets the process have `bytes` of address space, its libraries included.
