@@ -6,8 +6,8 @@
      declarations                     let it list all declarations
      close                            close what was opened last
      cycles                           close it and open it again, 50 times, and print how many bytes
-                                      more the heap has in use after the last time than after the
-   second anything else                    open the shared object of that path */
+                                      more of the heap are in use than after the second time
+     anything else                    open the shared object of that path */
 
 #define _GNU_SOURCE
 #include <dlfcn.h>
