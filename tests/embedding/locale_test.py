@@ -1,7 +1,6 @@
 """Numbers as text, in a locale that writes them with a comma."""
 
 import pathlib
-import shutil
 import tempfile
 import unittest
 
@@ -25,8 +24,8 @@ read as 1234,50
 
 class Locale(unittest.TestCase):
     def test_numbers_in_json_and_text_keep_their_point(self):
-        if shutil.which("localedef") is None:
-            self.skipTest("there is no localedef to make a locale with: install libc-bin")
+        if not pathlib.Path("/usr/share/i18n/charmaps").is_dir():
+            self.skipTest("there is nothing to make a locale from: install locales")
         with tempfile.TemporaryDirectory() as folder:
             source = pathlib.Path(folder) / "comma.src"
             source.write_text(COMMA)
