@@ -2,6 +2,8 @@
 // Prints, in KiB: the memory that the first use adds to what a child shares with nobody, the median
 // of eight children. They come one after the other: a page that several hold is not private.
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
@@ -50,6 +52,8 @@ long MedianGrowth() {
 }  // namespace
 
 int main() {
+  // Pages of a file that has just been built count as changed until they are on the disk.
+  sync();
   if (PrivateMemory() == 0) {
     std::cerr << "fork_memory: /proc/self/smaps_rollup tells nothing\n";
     return EXIT_FAILURE;

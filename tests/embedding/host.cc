@@ -5,9 +5,9 @@
 #include <unistd.h>
 
 #include <array>
-#include <atomic>
 #include <stdexcept>
-#include <thread>
+
+#include "../support/threads.h"
 
 namespace embedding {
 namespace {
@@ -123,22 +123,8 @@ std::vector<std::string> InChildren(int count, const std::function<std::string()
 }
 
 std::vector<std::string> InThreads(int count, const std::function<std::string()>& task) {
-  std::atomic<int> waiting{count};
   std::vector<std::string> results(static_cast<std::size_t>(count));
-  std::vector<std::thread> threads;
-  threads.reserve(results.size());
-  for (std::string& result : results) {
-    threads.emplace_back([&] {
-      --waiting;
-      while (waiting > 0) {
-        std::this_thread::yield();
-      }
-      result = Result(task);
-    });
-  }
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
+  RunTogether(results.size(), [&](std::size_t thread) { results[thread] = Result(task); });
   return results;
 }
 
