@@ -1,0 +1,306 @@
+"""Writes docs/performance.md."""
+
+import statistics
+import textwrap
+
+import figures
+import gate
+from figures import OPERATIONS, WORKLOADS
+from run import ALLOCATORS, MALLOC, SIDES
+
+INTRODUCTION = """\
+# How fast it is
+
+`libqmsg` against its *rival*: the same schema files, the same compiler and the same protobuf
+runtime, but protoc's output compiled as anyone would, with `-O2 -DNDEBUG -fPIC -shared` and no
+more. Both are measured by the same object files ([bench](../bench)), each in a process of its own,
+in turns: what differs is the library.
+
+```sh
+{command}
+```
+
+writes this page. A ratio says how many times as fast as the rival `libqmsg` is; above 1 it is
+faster. It is the ratio of the medians of {rounds} rounds, and below it stand the ratios between
+which the middle half of the rounds lies. Times are processor times. MB are millions of bytes of the
+encoded message, for JSON and text too.
+
+{machine}, {date}.
+"""
+
+WORKLOAD_TEXTS = {
+    "SqlQuery": "one SQL statement with the stack that ran it",
+    "SqlQueries": "a request's 100 statements, each with its stack",
+    "Functions": "the timings of 2,000 functions",
+    "JobList": "500 jobs with the maps of their attributes",
+    "Event": "a PHP error as a monitoring rule reports it, with a stack",
+    "Text": "300 passages of text, Latin, Cyrillic and Chinese by turns",
+}
+
+# What peers.txt puts in front of the name of a program that does only a part of the work.
+LIMIT = "limit: "
+
+STARTUP_ROWS = (
+    ("dlopen_now", "`dlopen`, all functions bound at once (`RTLD_NOW`)"),
+    ("dlopen_lazy", "`dlopen`, functions bound when they are called (`RTLD_LAZY`)"),
+    ("first_reflection", "first call of `Tarq::SqlQuery::descriptor()`"),
+)
+
+
+def number(value):
+    """Three digits that matter, thousands with commas."""
+    if value >= 100:
+        return f"{value:,.0f}"
+    return f"{value:.1f}" if value >= 10 else f"{value:.2f}"
+
+
+def scaled(value, units):
+    """With the first of the units, largest first, that the value reaches."""
+    for unit, factor in units:
+        if value >= factor:
+            return f"{number(value / factor)} {unit}"
+    return number(value)
+
+
+def count(value):
+    return scaled(value, (("M", 1e6), ("k", 1e3)))
+
+
+def size(value):
+    return scaled(value, (("MB", 1e6), ("KB", 1e3), ("bytes", 1)))
+
+
+def table(head, rows, numbers_from=1):
+    marks = ["---"] * numbers_from + ["---:"] * (len(head) - numbers_from)
+    lines = ["| " + " | ".join(head) + " |", "|" + "|".join(marks) + "|"]
+    lines += ["| " + " | ".join(row) + " |" for row in rows]
+    return "\n".join(lines) + "\n"
+
+
+def workloads(results):
+    rows = [[f"`{name}`", WORKLOAD_TEXTS[name], size(results["bytes"][f"parse/{name}"])]
+            for name in WORKLOADS]
+    return table(["workload", "what it is", "encoded"], rows, numbers_from=2)
+
+
+def ratio_cell(measured, row):
+    times = figures.of_row(measured, row)
+    low, high = figures.spread(times)
+    return f"{figures.ratio(times):.2f}<br><sub>{low:.2f} to {high:.2f}</sub>"
+
+
+def ratios(measured):
+    return table(["operation", *WORKLOADS, "geometric mean"], [
+        [f"`{operation}`", *(ratio_cell(measured, f"{operation}/{name}") for name in WORKLOADS),
+         f"**{figures.mean_ratio(measured, operation):.2f}**"] for operation in OPERATIONS])
+
+
+def meanings():
+    return "\n".join(f"- `{operation}`: {text}" for operation, text in OPERATIONS.items()) + "\n"
+
+
+def absolute(results, figure):
+    """What figure(bytes of a message, times) makes of each row."""
+    def cell(row):
+        return " / ".join(figure(results["bytes"][row], results["operations"][side][row])
+                          for side in SIDES)
+    return table(["`libqmsg` / rival", *WORKLOADS], [
+        [f"`{operation}`", *(cell(f"{operation}/{name}") for name in WORKLOADS)]
+        for operation in OPERATIONS])
+
+
+def megabytes(size_of_message, times):
+    return number(figures.megabytes_per_second(size_of_message, times))
+
+
+def messages(_, times):
+    return count(figures.per_second(times))
+
+
+def growth(results):
+    measured, sizes = results["growth"], results["bytes"]
+    sections = {operation: figures.of_operation(measured["qmsg"], operation)
+                for operation in dict.fromkeys(map(figures.operation, measured["qmsg"]))}
+    columns = [(operation, side) for operation in sections for side in SIDES]
+
+    def cell(row, side):
+        return number(statistics.median(measured[side][row]) / sizes[row])
+
+    rows = [[size(sizes[same_size[0]]),
+             *(cell(row, side) for row in same_size for side in SIDES)]
+            for same_size in zip(*sections.values())]
+    powers = []
+    for operation, side in columns:
+        names = sections[operation]
+        power = figures.power([sizes[row] for row in names],
+                              [statistics.median(measured[side][row]) for row in names])
+        powers.append(f"{power:.2f}")
+    rows.append(["power of the size", *powers])
+    names = {"qmsg": "`libqmsg`", "rival": "rival"}
+    return table(["size of the message", *(
+        f"{operation.partition('_')[2]}, {names[side]}" for operation, side in columns)], rows)
+
+
+def startup(results):
+    rows = []
+
+    def row(what, unit, figure_of):
+        figure = {side: figure_of(side) for side in SIDES}
+        quotient = f"{figure['qmsg'] / figure['rival']:.2f}" if figure["rival"] else "–"
+        rows.append([f"{what}, {unit}" if unit else what, *map(number, figure.values()), quotient])
+
+    for key, what in STARTUP_ROWS:
+        measured = results["startup"][key]
+        row(what, "µs", lambda side: statistics.median(measured[side]["nanoseconds"]) / 1e3)
+        row("private memory that it adds", "KiB",
+            lambda side: statistics.median(measured[side]["kibibytes"]))
+    row("relocations by name", "", lambda side: results["relocations"][side])
+    return table(["", "`libqmsg`", "rival", "of the rival's"], rows)
+
+
+def allocators(results):
+    measured = results["allocators"]
+    rival = measured[MALLOC]["rival"]
+    rows = []
+    for name, times in measured.items():
+        speeds = (statistics.geometric_mean(
+            figures.megabytes_per_second(results["bytes"][row], times[side][row])
+            for row in times[side]) for side in SIDES)
+        library = ALLOCATORS[name]
+        preloaded = f", `LD_PRELOAD={library}`" if library else " of the C library"
+        rows.append([f"{name}{preloaded}", *map(number, speeds),
+                     f"{figures.mean_ratio(times, 'parse'):.2f}",
+                     f"{figures.mean_ratio_to(rival, times['qmsg']):.2f}"])
+    return table(["allocator", "`libqmsg`, MB/s", "rival, MB/s", "ratio",
+                  "ratio to the rival with malloc"], rows)
+
+
+def is_limit(name):
+    return name.startswith(LIMIT)
+
+
+def peer_operations(results):
+    """{operation: {name: {workload: times}}} of all peers, those that the library has first."""
+    operations = {operation: {} for operation in OPERATIONS}
+    for name, measured in results["peers"].items():
+        if not is_limit(name):
+            for operation, times in measured.items():
+                operations.setdefault(operation, {})[name] = times
+    return {operation: by_name for operation, by_name in operations.items() if by_name}
+
+
+def not_measured(results, limits_wanted):
+    return [f"Not measured: {name.removeprefix(LIMIT)}: {reason}.\n"
+            for name, reason in results["skipped_peers"].items()
+            if is_limit(name) == limits_wanted]
+
+
+def own_operation(operation):
+    """What the library does to the same end: it has no way to read only a part of a message."""
+    if operation in OPERATIONS:
+        return operation
+    return "json_parse" if operation.startswith("json") else "parse"
+
+
+def own_times(results, operation, side="qmsg"):
+    return {name: results["operations"][side][f"{operation}/{name}"] for name in WORKLOADS}
+
+
+def peer_rows(results, by_name):
+    """(name, {workload: MB/s}), the fastest first; those that lack a workload come last."""
+    speeds = [(name, {workload: figures.megabytes_per_second(
+        results["bytes"][f"parse/{workload}"], samples) for workload, samples in times.items()})
+        for name, times in by_name.items()]
+
+    def rank(entry):
+        return (-len(entry[1]), -statistics.geometric_mean(entry[1].values()))
+    return sorted(speeds, key=rank)
+
+
+def speeds_table(results, by_name):
+    rows = []
+    for name, speeds in peer_rows(results, by_name):
+        complete = set(speeds) >= set(WORKLOADS)
+        mean = number(statistics.geometric_mean(speeds.values())) if complete else "–"
+        rows.append([name, *(number(speeds[workload]) if workload in speeds else "–"
+                             for workload in WORKLOADS), mean])
+    return table(["MB/s", *WORKLOADS, "geometric mean"], rows)
+
+
+def peers(results):
+    sections = []
+    for operation, by_name in peer_operations(results).items():
+        own = own_operation(operation)
+        note = "" if own == operation else f" (the library: `{own}`)"
+        entries = {**by_name, "**`libqmsg`**": own_times(results, own)}
+        if own == "parse":
+            entries["**`libqmsg`, arena**"] = own_times(results, "parse_arena")
+        sections.append(f"### `{operation}`{note}\n\n{speeds_table(results, entries)}")
+    sections += not_measured(results, limits_wanted=False)
+    return "\n".join(sections) or "None was built when this was measured.\n"
+
+
+def limits(results):
+    entries = {f"{name.removeprefix(LIMIT)}, `{operation}`": times
+               for name, measured in results["peers"].items() if is_limit(name)
+               for operation, times in measured.items()}
+    left_out = not_measured(results, limits_wanted=True)
+    if not entries:
+        return "\n".join(left_out) or "None was built when this was measured.\n"
+    for operation in ("serialise_to_array", "parse", "parse_arena"):
+        entries[f"**`libqmsg`, `{operation}`**"] = own_times(results, operation)
+    return "\n".join([speeds_table(results, entries), *left_out])
+
+
+def targets():
+    means = ", ".join(f"`{operation}` {target:g}"
+                      for operation, target in gate.OPERATION_TARGETS.items())
+    return textwrap.fill(
+        f"`./dev bench --gate` fails when one of these ratios is missed: {means}; parsing with an "
+        f"allocator against the rival with malloc {gate.ALLOCATOR_TARGET:g}; any row "
+        f"{gate.LOWEST_ROW:g}; and when loading takes more than {gate.DLOPEN_TARGET:g} of the "
+        "rival's time, or more than its memory.", 100, break_on_hyphens=False) + "\n"
+
+
+def text(results, command):
+    machine = results["machine"]
+    described = (f"{machine['processor']}, {machine['cores']} cores, {machine['compiler']}, "
+                 f"protobuf {machine['protobuf']}")
+    measured = results["operations"]
+    parts = [
+        INTRODUCTION.format(command=command, rounds=results["rounds"], machine=described,
+                            date=results["date"]),
+        workloads(results),
+        "## Against the rival\n",
+        "![How many times as fast as the rival, by operation](performance/operations.svg)\n",
+        ratios(measured), meanings(), targets(),
+        "## In figures\n",
+        "Millions of bytes a second:\n", absolute(results, megabytes),
+        "Messages a second:\n", absolute(results, messages),
+        "## Large messages\n",
+        "Nanoseconds for each byte of a `SqlQueries` of more and more statements. The last line "
+        "says by which\npower of its size the time for a message grows; 1 is linear.\n",
+        "![Time by size of the message](performance/growth.svg)\n",
+        growth(results),
+        "## Start and memory\n",
+        "In a process that has the protobuf runtime already; each figure is the median of "
+        f"{len(results['startup']['dlopen_now']['qmsg']['nanoseconds'])} processes.\nHere "
+        "times are elapsed ones.\n",
+        startup(results),
+        "## Other allocators\n",
+        "Parsing into new messages is mostly allocation. The geometric means over the workloads, "
+        "when the\nwhole process has another allocator:\n",
+        allocators(results),
+        "## Limits\n",
+        "How fast the parts of the work can be done by themselves, and the work itself by code "
+        "made for one\nmessage alone, on the same bytes:\n",
+        limits(results),
+        "## Other implementations\n",
+        "The same bytes, read and written by others, in millions of bytes of the encoded message a "
+        "second.\nWhat they make of a message differs: "
+        "[implementations.md](implementations.md).\n",
+    ]
+    if peer_operations(results):
+        parts.append("![Other implementations](performance/peers.svg)\n")
+    parts.append(peers(results))
+    return "\n".join(parts)
