@@ -28,6 +28,17 @@ std::vector<const FieldDescriptor*> Fields(const Message& message) {
   return fields;
 }
 
+// It comes to an end: no message type contains itself.
+bool HoldsMap(const Descriptor& type) {
+  for (int i = 0; i < type.field_count(); ++i) {
+    const FieldDescriptor* field = type.field(i);
+    if (field->is_map() || (field->message_type() != nullptr && HoldsMap(*field->message_type()))) {
+      return true;
+    }
+  }
+  return false;
+}
+
 std::unique_ptr<Message> NewOnHeap(const Message& prototype) {
   return std::unique_ptr<Message>(prototype.New());
 }

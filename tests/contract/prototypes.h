@@ -22,6 +22,9 @@ const std::vector<const Message*>& Prototypes();
 
 std::vector<const FieldDescriptor*> Fields(const Message& message);
 
+// Whether a message of the type, or one in it, has a map.
+bool HoldsMap(const Descriptor& type);
+
 std::unique_ptr<Message> NewOnHeap(const Message& prototype);
 
 // What the message writes when asked to sort the pairs of its maps.

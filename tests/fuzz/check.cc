@@ -19,9 +19,9 @@ namespace {
 
 using contract::DeterministicBytes;
 using contract::ExpectedBytes;
+using contract::HoldsMap;
 using contract::NewOnHeap;
 using google::protobuf::Arena;
-using google::protobuf::Descriptor;
 using google::protobuf::Duration;
 using google::protobuf::FieldDescriptor;
 using google::protobuf::LogSilencer;
@@ -88,17 +88,6 @@ std::string WrittenInBlocks(const Message& message, int block_size) {
   output.Trim();
   bytes.resize(static_cast<std::size_t>(stream.ByteCount()));
   return bytes;
-}
-
-// It comes to an end: no message type contains itself.
-bool HoldsMap(const Descriptor& type) {
-  for (int i = 0; i < type.field_count(); ++i) {
-    const FieldDescriptor* field = type.field(i);
-    if (field->is_map() || (field->message_type() != nullptr && HoldsMap(*field->message_type()))) {
-      return true;
-    }
-  }
-  return false;
 }
 
 void CheckReaders(const Subject& subject, const std::string& bytes, const Message& heap,

@@ -1,0 +1,41 @@
+// What the builds are compared on: the same inputs in the same order in each run. None of them
+// comes from code that is compared.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "../contract/prototypes.h"
+
+namespace differential {
+
+using contract::FieldDescriptor;
+using contract::Message;
+
+enum class Detail {
+  kVerdict,  // accepted or refused, and written again, with what is logged
+  kFull,     // all of observe.cc
+};
+
+struct Input {
+  const Message* prototype;
+  std::string bytes;
+  Detail detail;
+  // Where the bytes are one field of text: the field and the text, which is set by hand as well.
+  const FieldDescriptor* field = nullptr;
+  std::string text = {};
+};
+
+using Visitor = std::function<void(const Input&)>;
+
+// Reads what corpus.py wrote. Throws std::runtime_error if it cannot.
+void ForEachMessageOf(const std::string& corpus, const Visitor& visit);
+
+// Messages with something in every field, whole, cut, changed, and with what no writer writes.
+void ForEachDamage(const Visitor& visit);
+
+// Texts in each string field: lengths, places and characters at which a fast way through may differ
+// from the plain one. In one field, every short sequence there is.
+void ForEachText(const Visitor& visit);
+
+}  // namespace differential
