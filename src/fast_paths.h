@@ -81,22 +81,23 @@ QMSG_INLINE const char* ReadString(std::string* text, const char* from, ParseCon
 
 // Takes the place of a message in the runtime's ParseMessage, which then calls the parser of the
 // known type and not a virtual function.
-template <typename Message>
+// (A parameter named Message would mean the base class where a compiler looks there first.)
+template <typename KnownMessage>
 class Known {
  public:
-  explicit Known(Message* message) : message_(message) {}
+  explicit Known(KnownMessage* message) : message_(message) {}
   Known* Get() { return this; }
   QMSG_INLINE const char* _InternalParse(const char* from, ParseContext* context) {
-    return message_->Message::_InternalParse(from, context);
+    return message_->KnownMessage::_InternalParse(from, context);
   }
 
  private:
-  Message* message_;
+  KnownMessage* message_;
 };
 
-template <typename Message>
-QMSG_INLINE Known<Message> AsKnown(Message* message) {
-  return Known<Message>(message);
+template <typename KnownMessage>
+QMSG_INLINE Known<KnownMessage> AsKnown(KnownMessage* message) {
+  return Known<KnownMessage>(message);
 }
 
 struct WireFormatLite : internal::WireFormatLite {
@@ -106,14 +107,14 @@ struct WireFormatLite : internal::WireFormatLite {
            internal::WireFormatLite::VerifyUtf8String(text, size, operation, field);
   }
 
-  template <typename Message>
-  static QMSG_INLINE std::uint8_t* InternalWriteMessage(int number, const Message& message,
+  template <typename KnownMessage>
+  static QMSG_INLINE std::uint8_t* InternalWriteMessage(int number, const KnownMessage& message,
                                                         int size, std::uint8_t* to,
                                                         io::EpsCopyOutputStream* stream) {
     to = stream->EnsureSpace(to);
     to = WriteTagToArray(number, WIRETYPE_LENGTH_DELIMITED, to);
     to = io::CodedOutputStream::WriteVarint32ToArray(static_cast<std::uint32_t>(size), to);
-    return message.Message::_InternalSerialize(to, stream);
+    return message.KnownMessage::_InternalSerialize(to, stream);
   }
 };
 
