@@ -86,21 +86,31 @@ class Maker {
     }
   }
 
-  void FillEntry(Message& entry, std::int32_t key) {
-    const Reflection& reflection = *entry.GetReflection();
-    const Descriptor& type = *entry.GetDescriptor();
-    reflection.SetInt32(&entry, type.map_key(), key);
-    Fill(*reflection.MutableMessage(&entry, type.map_value()), true);
+  // The order of a map's entries is another one in each run. They differ by nothing but keys of
+  // the same size, so what is counted does not depend on it.
+  void FillMap(Message& message, const FieldDescriptor* field, std::size_t size) {
+    const Reflection& reflection = *message.GetReflection();
+    const Descriptor& type = *field->message_type();
+    for (std::size_t i = 0; i < size; ++i) {
+      Message& entry = *reflection.AddMessage(&message, field);
+      if (i == 0) {
+        Fill(*entry.GetReflection()->MutableMessage(&entry, type.map_value()), true);
+      } else {
+        entry.CopyFrom(reflection.GetRepeatedMessage(message, field, 0));
+      }
+      entry.GetReflection()->SetInt32(&entry, type.map_key(), static_cast<std::int32_t>(i + 1));
+    }
   }
 
   void FillList(Message& message, const FieldDescriptor* field, bool inside_a_list) {
     const Reflection& reflection = *message.GetReflection();
     const std::size_t size = inside_a_list ? Between(0, 6) : Between(5, 50);
+    if (field->is_map()) {
+      return FillMap(message, field, size);
+    }
     for (std::size_t i = 0; i < size; ++i) {
       if (field->type() == FieldDescriptor::TYPE_STRING) {
         reflection.AddString(&message, field, Text());
-      } else if (field->is_map()) {
-        FillEntry(*reflection.AddMessage(&message, field), static_cast<std::int32_t>(i + 1));
       } else {
         Fill(*reflection.AddMessage(&message, field), true);
       }
