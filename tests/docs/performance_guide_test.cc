@@ -34,8 +34,8 @@ Tarq::SqlQueries Statements(int count) {
   return queries;
 }
 
-TEST(ArenaReader, ReadsOneMessageAfterTheOther) {
-  guide::ArenaReader<Tarq::RequestHeaders> reader(4096);
+template <typename Reader>
+void ExpectOneMessageAfterTheOther(Reader& reader) {
   for (const char* text : {"w", "x"}) {
     const auto* headers = reader.Read("\x12\x01"s + text);
     ASSERT_NE(headers, nullptr);
@@ -45,6 +45,11 @@ TEST(ArenaReader, ReadsOneMessageAfterTheOther) {
   EXPECT_EQ(reader.Read("\x12\x05w"), nullptr);
   ASSERT_NE(reader.Read(""), nullptr);
   EXPECT_EQ(reader.Read("")->headers_size(), 0);
+}
+
+TEST(ArenaReader, ReadsOneMessageAfterTheOther) {
+  guide::ArenaReader<Tarq::RequestHeaders> reader(4096);
+  ExpectOneMessageAfterTheOther(reader);
 }
 
 // Of the texts only the short ones are within their objects.
@@ -100,15 +105,7 @@ TEST(Arena, ThatIsNeverResetGrowsWithEachMessage) {
 
 TEST(ReusingReader, ReadsOneMessageAfterTheOther) {
   guide::ReusingReader<Tarq::RequestHeaders> reader(100);
-  for (const char* text : {"w", "x"}) {
-    const auto* headers = reader.Read("\x12\x01"s + text);
-    ASSERT_NE(headers, nullptr);
-    ASSERT_EQ(headers->headers_size(), 1);
-    EXPECT_EQ(headers->headers(0), text);
-  }
-  EXPECT_EQ(reader.Read("\x12\x05w"), nullptr);
-  ASSERT_NE(reader.Read(""), nullptr);
-  EXPECT_EQ(reader.Read("")->headers_size(), 0);
+  ExpectOneMessageAfterTheOther(reader);
 }
 
 TEST(ReusingReader, TakesNothingFromTheHeapForWhatItHasRoomFor) {
