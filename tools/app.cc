@@ -1,0 +1,56 @@
+#include "app.h"
+
+#include <google/protobuf/stubs/logging.h>
+
+#include <cstdio>
+#include <exception>
+#include <iostream>
+#include <new>
+
+#include "io/output.h"
+
+namespace qmsg {
+
+Application::Application()
+    : app_(
+          "Reads, writes, checks and explains the messages of a PHP monitoring and job-queue "
+          "system.",
+          "qmsg") {
+  app_.set_version_flag("--version", "qmsg " QMSG_VERSION);
+  app_.require_subcommand(1);
+  app_.footer(
+      "Standard output carries data, standard error everything else.\n"
+      "Exit status: 0 fine; 1 the data is bad, or differs; 2 wrong use; 3 input or output failed.");
+  commands_ = {};
+}
+
+ExitCode Application::Run(int argc, const char* const* argv) {
+  try {
+    app_.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app_.exit(error) == 0 ? ExitCode::kFine : ExitCode::kWrongUse;
+  }
+  // What the runtime would log, the commands tell in their own words.
+  google::protobuf::SetLogHandler(nullptr);
+  const CLI::App* chosen = app_.get_subcommands().front();
+  try {
+    for (const Command& command : commands_) {
+      if (command.app == chosen) {
+        const ExitCode code = command.run();
+        Output::Standard().Flush();
+        return code;
+      }
+    }
+  } catch (const ClosedPipe&) {
+    return ExitCode::kInputOutput;
+  } catch (const Error& error) {
+    std::cerr << "qmsg " << chosen->get_name() << ": " << error.what() << '\n';
+    return error.code();
+  } catch (const std::bad_alloc&) {
+    std::cerr << "qmsg " << chosen->get_name() << ": not enough memory\n";
+    return ExitCode::kInputOutput;
+  }
+  return ExitCode::kWrongUse;
+}
+
+}  // namespace qmsg

@@ -1,0 +1,66 @@
+#include "schema/schema.h"
+
+#include <google/protobuf/descriptor.pb.h>
+#include <qmsg/codetrace.pb.h>
+#include <qmsg/config.pb.h>
+#include <qmsg/jobqueue.pb.h>
+#include <qmsg/login.pb.h>
+#include <qmsg/monitor.pb.h>
+#include <qmsg/quorphp.pb.h>
+#include <qmsg/tarq.pb.h>
+
+#include "error.h"
+
+namespace qmsg {
+namespace pb = google::protobuf;
+
+namespace {
+
+void AddMessages(const pb::Descriptor* message, std::vector<const pb::Descriptor*>& messages) {
+  if (message->options().map_entry()) {
+    return;
+  }
+  messages.push_back(message);
+  for (int i = 0; i < message->nested_type_count(); ++i) {
+    AddMessages(message->nested_type(i), messages);
+  }
+}
+
+}  // namespace
+
+std::vector<const pb::FileDescriptor*> SchemaFiles() {
+  namespace quor = quor::protobuf;
+  return {quor::CT::Header::descriptor()->file(),    quor::Config::Set::descriptor()->file(),
+          quor::Login::Login::descriptor()->file(),  quor::QuorPHP::QVal::descriptor()->file(),
+          quor::JQ::Job::descriptor()->file(),       quor::Monitor::Event::descriptor()->file(),
+          quor::Tarq::SqlQuery::descriptor()->file()};
+}
+
+std::vector<const pb::Descriptor*> SchemaMessages() {
+  std::vector<const pb::Descriptor*> messages;
+  for (const pb::FileDescriptor* file : SchemaFiles()) {
+    for (int i = 0; i < file->message_type_count(); ++i) {
+      AddMessages(file->message_type(i), messages);
+    }
+  }
+  return messages;
+}
+
+const pb::Descriptor* FindMessage(const std::string& name) {
+  for (const pb::Descriptor* message : SchemaMessages()) {
+    const std::string& full = message->full_name();
+    if (full == name ||
+        (full.size() > name.size() &&
+         full.compare(full.size() - name.size() - 1, std::string::npos, "." + name) == 0)) {
+      return message;
+    }
+  }
+  throw Error(ExitCode::kWrongUse, "no message is called '" + name + "'");
+}
+
+std::unique_ptr<pb::Message> NewMessage(const pb::Descriptor* type) {
+  return std::unique_ptr<pb::Message>(
+      pb::MessageFactory::generated_factory()->GetPrototype(type)->New());
+}
+
+}  // namespace qmsg

@@ -1,0 +1,26 @@
+// What the library declares.
+#pragma once
+
+#include <google/protobuf/descriptor.h>
+#include <google/protobuf/message.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace qmsg {
+
+// The schema files, each after those that it imports.
+std::vector<const google::protobuf::FileDescriptor*> SchemaFiles();
+
+// All messages of the schema files in the order of their declaration, without the entries of maps.
+std::vector<const google::protobuf::Descriptor*> SchemaMessages();
+
+// The message of that name. Names are given in full, or by as much of their end as is unambiguous:
+// "SqlQuery", "Tarq.Error". Throws Error that lists what comes nearest.
+const google::protobuf::Descriptor* FindMessage(const std::string& name);
+
+// An empty message of that type.
+std::unique_ptr<google::protobuf::Message> NewMessage(const google::protobuf::Descriptor* type);
+
+}  // namespace qmsg
