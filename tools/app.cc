@@ -18,10 +18,11 @@ Application::Application()
           "qmsg") {
   app_.set_version_flag("--version", "qmsg " QMSG_VERSION);
   app_.require_subcommand(1);
+  app_.get_formatter()->column_width(28);
   app_.footer(
       "Standard output carries data, standard error everything else.\n"
       "Exit status: 0 fine; 1 the data is bad, or differs; 2 wrong use; 3 input or output failed.");
-  commands_ = {};
+  commands_ = {AddDecode(app_), AddEncode(app_)};
 }
 
 ExitCode Application::Run(int argc, const char* const* argv) {

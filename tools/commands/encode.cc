@@ -1,0 +1,172 @@
+#include <google/protobuf/any.pb.h>
+#include <google/protobuf/io/coded_stream.h>
+#include <google/protobuf/io/tokenizer.h>
+#include <google/protobuf/io/zero_copy_stream_impl_lite.h>
+#include <google/protobuf/text_format.h>
+#include <google/protobuf/util/json_util.h>
+
+#include <array>
+#include <memory>
+
+#include "commands/commands.h"
+#include "commands/messages.h"
+#include "io/documents.h"
+#include "io/encoded_output.h"
+#include "schema/schema.h"
+
+namespace qmsg {
+namespace {
+
+namespace pb = google::protobuf;
+
+struct Options {
+  std::string file = "-";
+  std::string type;
+  TextForm from = TextForm::kJson;
+  Form out = Form::kBinary;
+  Framing framing = Framing::kNone;
+};
+
+// Keeps the first error of a text.
+class FirstError : public pb::io::ErrorCollector {
+ public:
+  explicit FirstError(std::uint64_t first_line) : first_line_(first_line) {}
+
+  void AddError(int line, int column, const std::string& message) override {
+    if (text_.empty()) {
+      text_ = "line " + std::to_string(first_line_ + static_cast<std::uint64_t>(line)) +
+              ", column " + std::to_string(column + 1) + ": " + message;
+    }
+  }
+
+  const std::string& text() const { return text_; }
+
+ private:
+  std::uint64_t first_line_;
+  std::string text_;
+};
+
+void ParseJson(const Document& document, pb::Message& message) {
+  const pb::util::Status status = pb::util::JsonStringToMessage(document.text, &message);
+  if (!status.ok()) {
+    throw Error(ExitCode::kBadData, "the JSON value from line " + std::to_string(document.line) +
+                                        " is no " + message.GetTypeName() + ": " +
+                                        status.message().ToString());
+  }
+}
+
+void ParseText(const Document& document, pb::Message& message) {
+  FirstError error(document.line);
+  pb::TextFormat::Parser parser;
+  parser.RecordErrorsTo(&error);
+  if (!parser.ParseFromString(document.text, &message)) {
+    throw Error(ExitCode::kBadData, "no " + message.GetTypeName() + ": " + error.text());
+  }
+}
+
+// The same bytes for the same message, whatever the order of its maps.
+std::string Serialize(const pb::Message& message) {
+  std::string bytes;
+  pb::io::StringOutputStream stream(&bytes);
+  pb::io::CodedOutputStream coded(&stream);
+  coded.SetSerializationDeterministic(true);
+  message.SerializeToCodedStream(&coded);
+  coded.Trim();
+  return bytes;
+}
+
+void WriteFrame(const std::string& bytes, Framing framing, EncodedOutput& output) {
+  if (framing != Framing::kNone) {
+    std::array<std::uint8_t, 5> length{};
+    const std::uint8_t* end = pb::io::CodedOutputStream::WriteVarint32ToArray(
+        static_cast<std::uint32_t>(bytes.size()), length.data());
+    output.Write({reinterpret_cast<const char*>(length.data()),
+                  static_cast<std::size_t>(end - length.data())});
+  }
+  output.Write(bytes);
+}
+
+class Encoder {
+ public:
+  explicit Encoder(const Options& options)
+      : options_(options),
+        input_(options.file, Form::kBinary),
+        output_(Output::Standard(), options.out),
+        type_(options.framing == Framing::kAny ? pb::Any::descriptor()
+                                               : FindMessage(options.type)) {}
+
+  ExitCode Run() {
+    Document document;
+    if (options_.framing == Framing::kNone) {
+      document.text = ReadAll(input_);
+      Encode(document);
+    } else {
+      DocumentReader documents(input_, options_.from);
+      while (documents.Next(document)) {
+        Encode(document);
+      }
+    }
+    output_.Finish();
+    return ExitCode::kFine;
+  }
+
+ private:
+  void Encode(const Document& document) {
+    const std::unique_ptr<pb::Message> message = NewMessage(type_);
+    try {
+      options_.from == TextForm::kJson ? ParseJson(document, *message)
+                                       : ParseText(document, *message);
+    } catch (const Error& error) {
+      Output::Standard().Flush();
+      const std::string number = options_.framing == Framing::kNone
+                                     ? ""
+                                     : "message " + std::to_string(document.index) + ": ";
+      throw Error(error.code(), input_.name() + ": " + number + error.what());
+    }
+    WriteFrame(Serialize(*message), options_.framing, output_);
+  }
+
+  const Options& options_;
+  Input input_;
+  EncodedOutput output_;
+  const pb::Descriptor* type_;
+};
+
+ExitCode Encode(const Options& options) {
+  if (options.framing == Framing::kAny && !options.type.empty()) {
+    throw Error(ExitCode::kWrongUse,
+                "with --framing any each message names its type: leave --type out");
+  }
+  if (options.framing != Framing::kAny && options.type.empty()) {
+    throw Error(ExitCode::kWrongUse, "which type? Give --type NAME; qmsg types lists the names");
+  }
+  if (options.out == Form::kBinary && Output::Standard().IsTerminal()) {
+    throw Error(ExitCode::kWrongUse,
+                "a terminal cannot show these bytes: give --out hex, or send them to a file");
+  }
+  return Encoder(options).Run();
+}
+
+}  // namespace
+
+Command AddEncode(CLI::App& app) {
+  CLI::App* command = app.add_subcommand("encode", "Turn JSON or text into the bytes of messages");
+  auto options = std::make_shared<Options>();
+  command->add_option("FILE", options->file, "What to read; -, or none: standard input")
+      ->type_name("FILE");
+  AddTypeOption(*command, options->type);
+  AddTextFormOption(*command, "--from", "What to read; default: json", options->from);
+  AddFormOption(*command, "--out", "What to write the bytes as; default: binary", options->out);
+  AddFramingOption(*command, options->framing);
+  command->footer(
+      std::string(kFramingHelp) +
+      "\n\nIn a stream JSON values stand one behind the other; each message in text ends with a "
+      "line\n"
+      "\"---\". With --framing any each names its type: {\"@type\": \"type.googleapis.com/NAME\", "
+      "...}.\n\n"
+      "Example:\n"
+      "  echo '{\"query\": \"SELECT 1\"}' | qmsg encode --type SqlQuery --out hex");
+  return {command, [options] { return Encode(*options); }};
+}
+
+}  // namespace qmsg

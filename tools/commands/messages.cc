@@ -1,0 +1,198 @@
+#include "commands/messages.h"
+
+#include <google/protobuf/any.pb.h>
+
+#include <iostream>
+#include <map>
+
+#include "schema/schema.h"
+#include "wire/faults.h"
+#include "wire/walk.h"
+
+namespace qmsg {
+namespace {
+
+using google::protobuf::Any;
+using google::protobuf::Descriptor;
+
+// What an Any holds; where a field stands twice the last one counts, as for the parser.
+class AnyFields : public Visitor {
+ public:
+  explicit AnyFields(std::uint64_t base) : base_(base) {}
+
+  void Value(const Occurrence& at, const Path& path) override {
+    if (path.depth() == 1 && at.known) {
+      (at.number == Any::kTypeUrlFieldNumber ? url : value) = at;
+    }
+  }
+  void Meet(const Fault& fault, const Path& path) override {
+    throw Error(ExitCode::kBadData, "no google.protobuf.Any: " + Describe(fault, path, base_));
+  }
+
+  Occurrence url;
+  Occurrence value;
+
+ private:
+  std::uint64_t base_;
+};
+
+const Descriptor* TypeOf(std::string_view url) {
+  if (url.empty()) {
+    throw Error(ExitCode::kBadData, "the google.protobuf.Any names no type; is the framing right?");
+  }
+  const std::string name(url.substr(url.rfind('/') + 1));
+  const Descriptor* type =
+      google::protobuf::DescriptorPool::generated_pool()->FindMessageTypeByName(name);
+  if (type == nullptr) {
+    throw Error(ExitCode::kBadData, "the type '" + std::string(url) + "' is none of the schema's");
+  }
+  return type;
+}
+
+// Replaces an Any by what it holds.
+void Unpack(Received& message) {
+  AnyFields fields(message.offset);
+  Walk(message.bytes, Any::descriptor(), fields);
+  message.type_url = message.bytes.substr(fields.url.value, fields.url.size());
+  message.type = TypeOf(message.type_url);
+  message.bytes = message.bytes.substr(fields.value.value, fields.value.size());
+  message.offset += fields.value.value;
+}
+
+void TellIfEmpty(const Input& input, Framing framing) {
+  if (input.position() == 0) {
+    std::cerr << "qmsg: '" << input.name() << "' is empty: "
+              << (framing == Framing::kNone ? "a message without fields" : "no messages") << '\n';
+  }
+}
+
+// Returns whether all messages were good; stops at the first that was not, unless to keep going.
+bool VisitFile(const MessageOptions& options, const Descriptor* type, const std::string& path,
+               const std::function<void(const Received&)>& visit) {
+  Input input(path, options.form);
+  FrameReader frames(input, options.framing);
+  bool good = true;
+  for (Frame frame; (good || options.keep_going) && frames.Next(frame);) {
+    Received message{&input.name(), frame.index, frame.offset, type, frame.bytes, {}};
+    try {
+      if (options.framing == Framing::kAny) {
+        Unpack(message);
+      }
+      visit(message);
+    } catch (const Error& error) {
+      if (error.code() != ExitCode::kBadData) {
+        throw;
+      }
+      std::cerr << "qmsg: " << message.Where(options.framing) << ": " << error.what() << '\n';
+      good = false;
+    }
+  }
+  TellIfEmpty(input, options.framing);
+  return good;
+}
+
+// An option that takes one of these words.
+template <typename Value>
+void AddChoice(CLI::App& command, const std::string& name, const std::string& help, Value& value,
+               const std::vector<std::pair<std::string, Value>>& choices) {
+  std::vector<std::string> words;
+  std::string shown;
+  for (const auto& choice : choices) {
+    words.push_back(choice.first);
+    shown += (shown.empty() ? "" : ",") + choice.first;
+  }
+  command
+      .add_option_function<std::string>(
+          name,
+          [&value, choices](const std::string& word) {
+            for (const auto& choice : choices) {
+              value = choice.first == word ? choice.second : value;
+            }
+          },
+          help)
+      ->type_name('{' + shown + '}')
+      ->check(CLI::IsMember(words).description(""));
+}
+
+}  // namespace
+
+void AddTypeOption(CLI::App& command, std::string& type) {
+  command.add_option("--type", type, "What the messages are; the end of a name will do")
+      ->type_name("TYPE");
+}
+
+void AddFormOption(CLI::App& command, const std::string& name, const std::string& help,
+                   Form& form) {
+  AddChoice<Form>(command, name, help, form,
+                  {{"binary", Form::kBinary}, {"hex", Form::kHex}, {"base64", Form::kBase64}});
+}
+
+void AddTextFormOption(CLI::App& command, const std::string& name, const std::string& help,
+                       TextForm& form) {
+  AddChoice<TextForm>(command, name, help, form,
+                      {{"json", TextForm::kJson}, {"text", TextForm::kText}});
+}
+
+void AddFramingOption(CLI::App& command, Framing& framing) {
+  AddChoice<Framing>(
+      command, "--framing", "How messages follow one another; default: none", framing,
+      {{"none", Framing::kNone}, {"delimited", Framing::kDelimited}, {"any", Framing::kAny}});
+}
+
+void AddMessageOptions(CLI::App& command, MessageOptions& options) {
+  command.add_option("FILE", options.files, "What to read; -, or none: standard input")
+      ->type_name("FILE");
+  AddTypeOption(command, options.type);
+  AddFormOption(command, "--in", "What the input is written as; default: binary", options.form);
+  AddFramingOption(command, options.framing);
+  command.add_flag("--keep-going", options.keep_going, "Go on after a message that is bad");
+}
+
+std::string Received::Where(Framing framing) const {
+  return framing == Framing::kNone ? *input
+                                   : *input + ": message " + std::to_string(index) + " at offset " +
+                                         std::to_string(offset);
+}
+
+ExitCode ForEachMessage(const MessageOptions& options, bool type_needed,
+                        const std::function<void(const Received&)>& visit) {
+  if (options.framing == Framing::kAny && !options.type.empty()) {
+    throw Error(ExitCode::kWrongUse,
+                "with --framing any each message names its type: leave "
+                "--type out");
+  }
+  if (type_needed && options.framing != Framing::kAny && options.type.empty()) {
+    throw Error(ExitCode::kWrongUse,
+                "which type? Give --type NAME; qmsg types lists the names, and "
+                "qmsg guess says what the bytes can be");
+  }
+  const Descriptor* type = options.type.empty() ? nullptr : FindMessage(options.type);
+  const std::vector<std::string> standard_input{"-"};
+  bool good = true;
+  for (const std::string& path : options.files.empty() ? standard_input : options.files) {
+    try {
+      good = VisitFile(options, type, path, visit) && good;
+    } catch (const Error& error) {
+      if (error.code() != ExitCode::kBadData) {
+        throw;
+      }
+      std::cerr << "qmsg: " << error.what() << '\n';
+      good = false;
+    }
+    if (!good && !options.keep_going) {
+      break;
+    }
+  }
+  return good ? ExitCode::kFine : ExitCode::kBadData;
+}
+
+std::unique_ptr<google::protobuf::Message> Parse(const Received& received) {
+  std::unique_ptr<google::protobuf::Message> message = NewMessage(received.type);
+  if (!message->ParseFromArray(received.bytes.data(), static_cast<int>(received.bytes.size()))) {
+    throw Error(ExitCode::kBadData, "no " + received.type->full_name() + ": " +
+                                        FirstFault(received.bytes, received.type, received.offset));
+  }
+  return message;
+}
+
+}  // namespace qmsg

@@ -1,0 +1,85 @@
+#include "io/documents.h"
+
+namespace qmsg {
+namespace {
+
+constexpr std::size_t kBlock = 256 * 1024;
+
+bool IsSpace(char character) {
+  return character == ' ' || (character >= '\t' && character <= '\r');
+}
+
+}  // namespace
+
+bool DocumentReader::Next(Document& document) {
+  document.index = next_index_++;
+  document.text.clear();
+  return form_ == TextForm::kJson ? NextJson(document) : NextText(document);
+}
+
+bool DocumentReader::Get(char& character) {
+  if (next_ == block_.size()) {
+    block_.resize(kBlock);
+    block_.resize(input_.Read(block_.data(), block_.size()));
+    next_ = 0;
+    if (block_.empty()) {
+      return false;
+    }
+  }
+  character = block_[next_++];
+  line_ += character == '\n' ? 1 : 0;
+  return true;
+}
+
+// What is no JSON is left to the parser, which says so.
+bool DocumentReader::NextJson(Document& document) {
+  char character = 0;
+  do {
+    if (!Get(character)) {
+      return false;
+    }
+  } while (IsSpace(character));
+  document.line = line_;
+  int depth = 0;
+  bool in_string = false;
+  do {
+    document.text += character;
+    if (in_string) {
+      if (character == '\\' && Get(character)) {
+        document.text += character;
+      } else if (character == '"') {
+        in_string = false;
+      }
+    } else if (character == '"') {
+      in_string = true;
+    } else if (character == '{' || character == '[') {
+      ++depth;
+    } else if (character == '}' || character == ']') {
+      --depth;
+    }
+    if (depth <= 0 && !in_string && (character == '}' || character == ']')) {
+      return true;
+    }
+  } while (Get(character));
+  return true;
+}
+
+bool DocumentReader::NextText(Document& document) {
+  document.line = line_;
+  std::size_t line_begin = 0;
+  bool blank = true;
+  for (char character = 0; Get(character);) {
+    document.text += character;
+    blank = blank && IsSpace(character);
+    if (character == '\n') {
+      if (document.text.compare(line_begin, std::string::npos, kEndOfText) == 0) {
+        document.text.resize(line_begin);
+        return true;
+      }
+      line_begin = document.text.size();
+    }
+  }
+  return !blank;
+}
+
+}  // namespace qmsg
