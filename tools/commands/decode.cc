@@ -22,15 +22,15 @@ struct Options {
   bool compact = false;
 };
 
-std::string ToJson(const pb::Message& message, bool compact) {
+std::string ToJson(const pb::Message& message, bool compact, const std::string& where) {
   pb::util::JsonPrintOptions how;
   how.add_whitespace = !compact;
   how.preserve_proto_field_names = true;
   std::string json;
   const pb::util::Status status = pb::util::MessageToJsonString(message, &json, how);
   if (!status.ok()) {
-    throw Error(ExitCode::kBadData,
-                "JSON cannot carry it: " + status.message().ToString() + "; --to text can");
+    throw Error(ExitCode::kBadData, where + ": JSON cannot carry it: " +
+                                        status.message().ToString() + "; --to text can");
   }
   if (json.back() != '\n') {
     json += '\n';
@@ -101,7 +101,7 @@ void Decode(const Options& options, const Received& received) {
   const std::unique_ptr<pb::Message> message = WithItsType(received, Parse(received));
   Output& output = Output::Standard();
   if (options.to == TextForm::kJson) {
-    output.Write(ToJson(*message, options.compact));
+    output.Write(ToJson(*message, options.compact, received.Where()));
   } else {
     output.Write(ToText(*message, options.compact));
     if (options.messages.framing != Framing::kNone) {
@@ -110,7 +110,7 @@ void Decode(const Options& options, const Received& received) {
   }
   UnknownFields unknown(received.offset);
   Walk(received.bytes, received.type, unknown);
-  unknown.Tell(received.Where(options.messages.framing));
+  unknown.Tell(received.Where());
 }
 
 }  // namespace

@@ -92,8 +92,11 @@ class Encoder {
       : options_(options),
         input_(options.file, Form::kBinary),
         output_(Output::Standard(), options.out),
-        type_(options.framing == Framing::kAny ? pb::Any::descriptor()
-                                               : FindMessage(options.type)) {}
+        type_(FindType(options.type, options.framing, true)) {
+    if (type_ == nullptr) {
+      type_ = pb::Any::descriptor();
+    }
+  }
 
   ExitCode Run() {
     Document document;
@@ -133,13 +136,6 @@ class Encoder {
 };
 
 ExitCode Encode(const Options& options) {
-  if (options.framing == Framing::kAny && !options.type.empty()) {
-    throw Error(ExitCode::kWrongUse,
-                "with --framing any each message names its type: leave --type out");
-  }
-  if (options.framing != Framing::kAny && options.type.empty()) {
-    throw Error(ExitCode::kWrongUse, "which type? Give --type NAME; qmsg types lists the names");
-  }
   if (options.out == Form::kBinary && Output::Standard().IsTerminal()) {
     throw Error(ExitCode::kWrongUse,
                 "a terminal cannot show these bytes: give --out hex, or send them to a file");

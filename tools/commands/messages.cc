@@ -1,10 +1,11 @@
 #include "commands/messages.h"
 
 #include <google/protobuf/any.pb.h>
+#include <unistd.h>
 
 #include <iostream>
-#include <map>
 
+#include "io/progress.h"
 #include "schema/schema.h"
 #include "wire/faults.h"
 #include "wire/walk.h"
@@ -18,43 +19,41 @@ using google::protobuf::Descriptor;
 // What an Any holds; where a field stands twice the last one counts, as for the parser.
 class AnyFields : public Visitor {
  public:
-  explicit AnyFields(std::uint64_t base) : base_(base) {}
-
   void Value(const Occurrence& at, const Path& path) override {
     if (path.depth() == 1 && at.known) {
       (at.number == Any::kTypeUrlFieldNumber ? url : value) = at;
     }
   }
-  void Meet(const Fault& fault, const Path& path) override {
-    throw Error(ExitCode::kBadData, "no google.protobuf.Any: " + Describe(fault, path, base_));
-  }
 
   Occurrence url;
   Occurrence value;
-
- private:
-  std::uint64_t base_;
 };
 
-const Descriptor* TypeOf(std::string_view url) {
+const Descriptor* TypeOf(const Received& any, std::string_view url) {
   if (url.empty()) {
-    throw Error(ExitCode::kBadData, "the google.protobuf.Any names no type; is the framing right?");
+    throw Error(ExitCode::kBadData, any.Where() +
+                                        ": the google.protobuf.Any names no type; is the "
+                                        "framing right?");
   }
   const std::string name(url.substr(url.rfind('/') + 1));
   const Descriptor* type =
       google::protobuf::DescriptorPool::generated_pool()->FindMessageTypeByName(name);
   if (type == nullptr) {
-    throw Error(ExitCode::kBadData, "the type '" + std::string(url) + "' is none of the schema's");
+    throw Error(ExitCode::kBadData,
+                any.Where() + ": the type '" + std::string(url) + "' is none of the schema's");
   }
   return type;
 }
 
 // Replaces an Any by what it holds.
 void Unpack(Received& message) {
-  AnyFields fields(message.offset);
-  Walk(message.bytes, Any::descriptor(), fields);
+  message.type = Any::descriptor();
+  AnyFields fields;
+  if (!Walk(message.bytes, message.type, fields)) {
+    throw NoMessage(message);
+  }
   message.type_url = message.bytes.substr(fields.url.value, fields.url.size());
-  message.type = TypeOf(message.type_url);
+  message.type = TypeOf(message, message.type_url);
   message.bytes = message.bytes.substr(fields.value.value, fields.value.size());
   message.offset += fields.value.value;
 }
@@ -69,25 +68,26 @@ void TellIfEmpty(const Input& input, Framing framing) {
 // Returns whether all messages were good; stops at the first that was not, unless to keep going.
 bool VisitFile(const MessageOptions& options, const Descriptor* type, const std::string& path,
                const std::function<void(const Received&)>& visit) {
-  Input input(path, options.form);
-  FrameReader frames(input, options.framing);
+  MessageReader reader(path, options.form, options.framing, type);
+  Progress progress(reader.input(), options.prints_at_end || isatty(STDOUT_FILENO) != 1);
   bool good = true;
-  for (Frame frame; (good || options.keep_going) && frames.Next(frame);) {
-    Received message{&input.name(), frame.index, frame.offset, type, frame.bytes, {}};
+  for (Received message; good || (options.keep_going && !reader.broken());) {
     try {
-      if (options.framing == Framing::kAny) {
-        Unpack(message);
+      if (!reader.Next(message)) {
+        break;
       }
       visit(message);
+      progress.Update();
     } catch (const Error& error) {
       if (error.code() != ExitCode::kBadData) {
         throw;
       }
-      std::cerr << "qmsg: " << message.Where(options.framing) << ": " << error.what() << '\n';
+      progress.Hide();
+      std::cerr << "qmsg: " << error.what() << '\n';
       good = false;
     }
   }
-  TellIfEmpty(input, options.framing);
+  TellIfEmpty(reader.input(), options.framing);
   return good;
 }
 
@@ -148,51 +148,71 @@ void AddMessageOptions(CLI::App& command, MessageOptions& options) {
   command.add_flag("--keep-going", options.keep_going, "Go on after a message that is bad");
 }
 
-std::string Received::Where(Framing framing) const {
+std::string Received::Where() const {
   return framing == Framing::kNone ? *input
                                    : *input + ": message " + std::to_string(index) + " at offset " +
                                          std::to_string(offset);
 }
 
-ExitCode ForEachMessage(const MessageOptions& options, bool type_needed,
-                        const std::function<void(const Received&)>& visit) {
-  if (options.framing == Framing::kAny && !options.type.empty()) {
-    throw Error(ExitCode::kWrongUse,
-                "with --framing any each message names its type: leave "
-                "--type out");
+MessageReader::MessageReader(const std::string& path, Form form, Framing framing,
+                             const Descriptor* type)
+    : input_(path, form), frames_(input_, framing), framing_(framing), type_(type) {}
+
+bool MessageReader::Next(Received& message) {
+  Frame frame;
+  broken_ = true;
+  if (!frames_.Next(frame)) {
+    return false;
   }
-  if (type_needed && options.framing != Framing::kAny && options.type.empty()) {
+  broken_ = false;
+  message = {&input_.name(), framing_, frame.index, frame.offset, type_, frame.bytes, {}};
+  if (framing_ == Framing::kAny) {
+    Unpack(message);
+  }
+  return true;
+}
+
+const Descriptor* FindType(const std::string& name, Framing framing, bool needed) {
+  if (framing == Framing::kAny) {
+    if (!name.empty()) {
+      throw Error(ExitCode::kWrongUse,
+                  "with --framing any each message names its type: leave --type out");
+    }
+    return nullptr;
+  }
+  if (name.empty() && needed) {
     throw Error(ExitCode::kWrongUse,
                 "which type? Give --type NAME; qmsg types lists the names, and "
                 "qmsg guess says what the bytes can be");
   }
-  const Descriptor* type = options.type.empty() ? nullptr : FindMessage(options.type);
-  const std::vector<std::string> standard_input{"-"};
-  bool good = true;
-  for (const std::string& path : options.files.empty() ? standard_input : options.files) {
-    try {
-      good = VisitFile(options, type, path, visit) && good;
-    } catch (const Error& error) {
-      if (error.code() != ExitCode::kBadData) {
-        throw;
-      }
-      std::cerr << "qmsg: " << error.what() << '\n';
-      good = false;
-    }
-    if (!good && !options.keep_going) {
-      break;
-    }
-  }
-  return good ? ExitCode::kFine : ExitCode::kBadData;
+  return name.empty() ? nullptr : FindMessage(name);
 }
 
 std::unique_ptr<google::protobuf::Message> Parse(const Received& received) {
   std::unique_ptr<google::protobuf::Message> message = NewMessage(received.type);
   if (!message->ParseFromArray(received.bytes.data(), static_cast<int>(received.bytes.size()))) {
-    throw Error(ExitCode::kBadData, "no " + received.type->full_name() + ": " +
-                                        FirstFault(received.bytes, received.type, received.offset));
+    throw NoMessage(received);
   }
   return message;
+}
+
+Error NoMessage(const Received& received) {
+  return {ExitCode::kBadData, received.Where() + ": no " + received.type->full_name() + ": " +
+                                  FirstFault(received.bytes, received.type, received.offset)};
+}
+
+ExitCode ForEachMessage(const MessageOptions& options, bool type_needed,
+                        const std::function<void(const Received&)>& visit) {
+  const Descriptor* type = FindType(options.type, options.framing, type_needed);
+  const std::vector<std::string> standard_input{"-"};
+  bool good = true;
+  for (const std::string& path : options.files.empty() ? standard_input : options.files) {
+    good = VisitFile(options, type, path, visit) && good;
+    if (!good && !options.keep_going) {
+      break;
+    }
+  }
+  return good ? ExitCode::kFine : ExitCode::kBadData;
 }
 
 }  // namespace qmsg

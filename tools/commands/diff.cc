@@ -1,0 +1,93 @@
+#include <google/protobuf/util/field_comparator.h>
+#include <google/protobuf/util/message_differencer.h>
+
+#include <memory>
+
+#include "commands/commands.h"
+#include "commands/messages.h"
+#include "io/output.h"
+
+namespace qmsg {
+namespace {
+
+namespace pb = google::protobuf;
+
+struct Options {
+  std::string a;
+  std::string b;
+  std::string type;
+  Form form = Form::kBinary;
+  Framing framing = Framing::kNone;
+};
+
+// One line for each field that differs; empty if none does.
+std::string Differences(const Received& a, const Received& b) {
+  if (a.type != b.type) {
+    return "modified: type: " + a.type->full_name() + " -> " + b.type->full_name() + '\n';
+  }
+  pb::util::DefaultFieldComparator comparator;
+  comparator.set_treat_nan_as_equal(true);
+  pb::util::MessageDifferencer differencer;
+  differencer.set_field_comparator(&comparator);
+  std::string report;
+  differencer.ReportDifferencesToString(&report);
+  return differencer.Compare(*Parse(a), *Parse(b)) ? "" : report;
+}
+
+// Prints what differs between two readers' messages. Returns whether anything does.
+bool Compare(MessageReader& a, MessageReader& b) {
+  Output& output = Output::Standard();
+  bool differ = false;
+  for (;;) {
+    Received of_a;
+    Received of_b;
+    const bool has_a = a.Next(of_a);
+    const bool has_b = b.Next(of_b);
+    if (!has_a && !has_b) {
+      return differ;
+    }
+    const Received& there = has_a ? of_a : of_b;
+    const std::string report = !has_a   ? "added: " + of_b.type->full_name() + '\n'
+                               : !has_b ? "deleted: " + of_a.type->full_name() + '\n'
+                                        : Differences(of_a, of_b);
+    if (report.empty()) {
+      continue;
+    }
+    differ = true;
+    if (there.framing != Framing::kNone) {
+      output.Write("message " + std::to_string(there.index) + ":\n");
+    }
+    output.Write(report);
+  }
+}
+
+ExitCode Run(const Options& options) {
+  if (options.a == "-" && options.b == "-") {
+    throw Error(ExitCode::kWrongUse, "only one of A and B can be standard input");
+  }
+  const auto* type = FindType(options.type, options.framing, true);
+  MessageReader a(options.a, options.form, options.framing, type);
+  MessageReader b(options.b, options.form, options.framing, type);
+  return Compare(a, b) ? ExitCode::kBadData : ExitCode::kFine;
+}
+
+}  // namespace
+
+Command AddDiff(CLI::App& app) {
+  CLI::App* command = app.add_subcommand("diff", "Compare messages field by field");
+  auto options = std::make_shared<Options>();
+  command->add_option("A", options->a, "A file; -: standard input")->type_name("FILE")->required();
+  command->add_option("B", options->b, "What it is compared with")->type_name("FILE")->required();
+  AddTypeOption(*command, options->type);
+  AddFormOption(*command, "--in", "What both are written as; default: binary", options->form);
+  AddFramingOption(*command, options->framing);
+  command->footer(
+      std::string(kFramingHelp) +
+      "\n\nOne line for each field that was added to A, deleted from it or modified in it; the\n"
+      "n-th message of a stream is compared with the n-th. Exit status 1 if anything differs.\n\n"
+      "Example:\n"
+      "  qmsg diff --type SqlQueries before.bin after.bin || true");
+  return {command, [options] { return Run(*options); }};
+}
+
+}  // namespace qmsg

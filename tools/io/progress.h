@@ -1,0 +1,43 @@
+// Shows people that a long input is being read.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+#include "io/input.h"
+
+namespace qmsg {
+
+// One line on standard error, if that is a terminal: "capture.bin: 42 %, 1.2 of 2.9 GB, 310 MB/s".
+// Appears when reading has taken a second, and is gone at the end.
+class Progress {
+ public:
+  explicit Progress(const Input& input, bool wanted);
+  ~Progress();
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  // To be called often; shows something new a few times a second.
+  void Update();
+
+  // Takes the line away, so that something else can be said.
+  void Hide();
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  void Show(Clock::time_point now);
+
+  const Input& input_;
+  bool wanted_;
+  bool shown_ = false;
+  unsigned calls_ = 0;
+  Clock::time_point begin_;
+  Clock::time_point next_;
+};
+
+// "1.2 GB", "17 bytes".
+std::string HumanBytes(std::uint64_t bytes);
+
+}  // namespace qmsg
