@@ -1,0 +1,62 @@
+"""Two inputs are compared field by field."""
+
+import unittest
+
+import tool
+from tool import BAD_DATA, SELECT_1
+
+
+class Diff(tool.ToolTest):
+    def diff(self, a, b, *arguments, type_name="SqlQuery", code=BAD_DATA):
+        self.file("a", a)
+        self.file("b", b)
+        given = ("--type", type_name) if type_name else ()
+        return self.run_tool("diff", "a", "b", *given, *arguments, code=code)
+
+    def test_of_equal_messages_is_empty(self):
+        self.assertEqual("", self.diff(SELECT_1, SELECT_1, code=tool.FINE).text)
+
+    def test_takes_messages_not_bytes(self):
+        # The same two fields in another order, and a number that is longer than it has to be.
+        self.diff(b"\x30\x01" + SELECT_1, SELECT_1 + b"\x30\x81\x00", code=tool.FINE)
+
+    def test_takes_nan_as_equal_to_itself(self):
+        nan = bytes.fromhex("29000000000000f87f")
+        self.diff(nan, nan, type_name="QVal", code=tool.FINE)
+
+    def test_names_what_was_added_deleted_and_modified(self):
+        # query and status against query and rows.
+        run = self.diff(SELECT_1 + b"\x30\x01", b"\x2a\x01x" + b"\x50\x02")
+        self.assertEqual('modified: query: "SELECT 1" -> "x"\ndeleted: status: 1\nadded: rows: 2\n',
+                         run.text)
+
+    def test_tells_a_field_that_is_set_from_one_that_is_not(self):
+        self.assertEqual("added: connection_id: 0\n", self.diff(b"", b"\x10\x00").text)
+
+    def test_names_elements_and_what_lies_inside(self):
+        query = lambda text: b"\x12" + tool.varint(len(text) + 2) + b"\x2a" + tool.varint(len(text)) + text
+        run = self.diff(query(b"a") + query(b"b"), query(b"a") + query(b"c"), type_name="SqlQueries")
+        self.assertEqual('modified: queries[1].query: "b" -> "c"\n', run.text)
+
+    def test_of_streams_takes_the_messages_in_turn(self):
+        run = self.diff(tool.delimited(SELECT_1, b"", b"\x30\x01"), tool.delimited(SELECT_1, b"\x30\x02"),
+                        "--framing", "delimited")
+        self.assertEqual("message 1:\nadded: status: 2\n"
+                         "message 2:\ndeleted: quor.protobuf.Tarq.SqlQuery\n", run.text)
+
+    def test_of_streams_that_name_types_tells_another_type(self):
+        run = self.diff(tool.delimited(tool.in_any("quor.protobuf.Login.Login", b"")),
+                        tool.delimited(tool.in_any("quor.protobuf.Login.Config", b"")),
+                        "--framing", "any", type_name=None)
+        self.assertEqual("message 0:\nmodified: type: quor.protobuf.Login.Login -> "
+                         "quor.protobuf.Login.Config\n", run.text)
+
+    def test_of_bytes_that_are_no_message_says_where(self):
+        run = self.diff(SELECT_1, b"\x2a\x05")
+        self.assertEqual("", run.text)
+        self.assertEqual("qmsg diff: b: no quor.protobuf.Tarq.SqlQuery: offset 1, query: a length of "
+                         "5 bytes, but the input has only 0 left\n", run.errors)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,65 @@
+"""Runs the tool, for its tests."""
+
+import os
+import pathlib
+import subprocess
+import tempfile
+import unittest
+
+PROGRAM = os.environ["QMSG"]
+SANITIZED = os.environ["QMSG_SANITIZED"] == "1"
+FINE, BAD_DATA, WRONG_USE, INPUT_OUTPUT = range(4)
+
+# By hand: field 5, a text of eight bytes.
+SELECT_1 = bytes.fromhex("2a08") + b"SELECT 1"
+
+
+class Run:
+    """What a run of the tool gave."""
+
+    def __init__(self, arguments, given, **options):
+        done = subprocess.run([PROGRAM, *arguments], input=given, capture_output=True, check=False,
+                              timeout=300, **options)
+        self.code, self.bytes = done.returncode, done.stdout
+        self.errors = done.stderr.decode()
+
+    @property
+    def text(self):
+        return self.bytes.decode()
+
+
+class ToolTest(unittest.TestCase):
+    maxDiff = None
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+
+    def run_tool(self, *arguments, given=b"", code=FINE, **options):
+        """Runs it in an empty folder; `given` is standard input. Fails if it ends otherwise."""
+        run = Run(arguments, given, cwd=self.folder, **options)
+        self.assertEqual(code, run.code, run.errors)
+        return run
+
+    def file(self, name, content):
+        (self.folder / name).write_bytes(content)
+        return name
+
+
+def varint(number):
+    out = b""
+    while number > 127:
+        out += bytes([number & 127 | 128])
+        number >>= 7
+    return out + bytes([number])
+
+
+def delimited(*messages):
+    return b"".join(varint(len(message)) + message for message in messages)
+
+
+def in_any(type_name, message):
+    """A google.protobuf.Any: type_url, field 1; value, field 2."""
+    url = b"type.googleapis.com/" + type_name.encode()
+    return b"\x0a" + varint(len(url)) + url + b"\x12" + varint(len(message)) + message
