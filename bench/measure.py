@@ -2,11 +2,15 @@
 
 import datetime
 import os
+import pathlib
 import shutil
 
 import figures
 import run
+import tool
 from run import SIDES
+
+PROTO = pathlib.Path(__file__).resolve().parents[1] / "proto"
 
 
 class Effort:
@@ -18,6 +22,8 @@ class Effort:
         self.allocator_rounds = 3 if quick else 11
         self.starts = 11 if quick else 101
         self.peer_rounds, self.peer_seconds = (1, 0.05) if quick else (3, 0.2)
+        self.tool_rounds, self.tool_bytes = (1, 2_000_000) if quick else (5, 16_000_000)
+        self.tool_rounds, self.tool_bytes = (1, 2_000_000) if quick else (7, 64_000_000)
 
 
 class Progress:
@@ -42,6 +48,7 @@ class Progress:
 
 class Bench:
     def __init__(self, build, effort, progress):
+        self.build = build
         self.folder = build / "bench"
         self.programs = {side: self.folder / f"bench_{side}" for side in SIDES}
         self.libraries = {"qmsg": build / "src/libqmsg.so",
@@ -103,10 +110,26 @@ class Bench:
                 results[what][side]["kibibytes"].append(memory)
         return results
 
+    def workloads(self):
+        """The folder with the bytes of the workloads."""
+        folder = self.folder / "workloads"
+        run.output(self.folder / "bench_workloads", folder)
+        return folder
+
+    def tool(self):
+        """{"bytes": of messages that are read, "seconds": {what: [of each round]}}"""
+        commands, size = tool.prepare(self.build, PROTO, self.workloads(), self.folder / "tool",
+                                      self.effort.tool_bytes)
+        seconds = {what: [] for what in commands}
+        for number in range(self.effort.tool_rounds):
+            for what, command in commands.items():
+                self.progress("Tool", f"{what}, round {number + 1} of {self.effort.tool_rounds}")
+                seconds[what].append(tool.seconds(command))
+        return {"bytes": size, "seconds": seconds}
+
     def peers(self):
         """({name: {operation: {workload: times}}}, {name: why it was left out})"""
-        workloads = self.folder / "workloads"
-        run.output(self.folder / "bench_workloads", workloads)
+        workloads = self.workloads()
         commands, skipped = run.listed_peers(self.peers_file)
         results = {name: {} for name in commands}
         for number in range(self.effort.peer_rounds):
@@ -130,6 +153,7 @@ class Bench:
             "relocations": {side: run.relocations(self.libraries[side]) for side in SIDES},
             "startup": self.startup(),
         }
+        results["tool"] = self.tool()
         results["peers"], results["skipped_peers"] = self.peers()
         results["allocators"] = self.allocators(figures.of_operation(operations, "parse"))
         results["growth"] = self.measure("Growth", growth, self.effort.growth_rounds)

@@ -52,6 +52,10 @@ elif name == "bench_startup":
           "6000\t40" if "rival" in sys.argv[2] else "3000\t20")
 elif name.startswith("bench_first_reflection"):
     print("8000\t16")
+elif name == "bench_workloads":
+    folder = pathlib.Path(sys.argv[1])
+    folder.mkdir(exist_ok=True)
+    (folder / "SqlQueries.pb").write_bytes(bytes(1000))
 elif name == "peer":
     print("SqlQuery\tparse" if mistake == "peer" else
           "Sql\tparse\t3" if mistake == "peer workload" else

@@ -12,6 +12,7 @@ import support
 
 import bench
 import run
+import tool
 from run import Failure
 
 
@@ -29,6 +30,8 @@ class BuildFolder(unittest.TestCase):
         effort.rounds = effort.starts = 2
         cls.enterClassContext(mock.patch.object(bench, "Effort", return_value=effort))
         cls.enterClassContext(mock.patch.object(os, "sync"))
+        cls.enterClassContext(mock.patch.object(
+            tool, "seconds", side_effect=lambda command: 4 if command[0] == "protoc" else 1))
 
     @classmethod
     def bench(cls, *arguments):
@@ -75,6 +78,10 @@ class Page(BuildFolder):
                 "| private memory that it adds, KiB | 20.0 | 40.0 | 0.50 |",
                 "| malloc of the C library | 1,000 | 500 | 2.00 | 2.00 |",
                 "| other, `LD_PRELOAD=libm.so.6` | 2,000 | 1,000 | 2.00 | 4.00 |",
+                "| `qmsg check` | 2.00 |",
+                "| `protoc --decode`, one message | 0.50 |",
+                "`qmsg decode --to text`, one message, is 4.0 times as fast as `protoc --decode`, "
+                "one message.",
                 "| memcpy, `copy` | 10,000 | – | – | – | – | – | – |",
                 f"| someone |{' 250 |' * 7}",
                 "Not measured: nobody: its compiler is missing."):
@@ -170,6 +177,19 @@ class Mistakes(BuildFolder):
 class Running(unittest.TestCase):
     def test_sides_take_turns_and_swap_their_order(self):
         self.assertEqual(list(run.alternate(3, ("a", "b"))), ["a", "b", "b", "a", "a", "b"])
+
+    def test_a_tool_that_fails_is_told(self):
+        with self.assertRaisesRegex(Failure, "^sh -c .* ended with status 1: out of order"):
+            tool.seconds(("sh", "-c", "cat >&2; false", self.given("out of order")))
+
+    def test_a_tool_reads_its_file_as_standard_input(self):
+        self.assertGreater(tool.seconds(("grep", "--quiet", "^given$", self.given("given"))), 0)
+
+    def given(self, text):
+        file = tempfile.NamedTemporaryFile("w", buffering=1)
+        self.addCleanup(file.close)
+        print(text, file=file)
+        return file.name
 
     def test_relocations_that_need_no_name_do_not_count(self):
         printed = """
