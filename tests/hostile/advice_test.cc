@@ -6,6 +6,7 @@
 #include <sys/resource.h>
 
 #include <new>
+#include <random>
 #include <vector>
 
 #include "../contract/message_list.h"
@@ -23,14 +24,11 @@ namespace io = google::protobuf::io;
 
 // Reads one message that follows its length. False at the end, and for what is refused.
 bool ReadFrame(io::ZeroCopyInputStream& stream, int max_size, google::protobuf::Message& message) {
+  std::string bytes;
+  io::CodedInputStream input(&stream);  // gives back what it did not use when it is destroyed
   int size = 0;
-  {
-    io::CodedInputStream input(&stream);  // gives back what it did not use when it is destroyed
-    if (!input.ReadVarintSizeAsInt(&size) || size > max_size) {
-      return false;
-    }
-  }
-  return message.ParseFromBoundedZeroCopyStream(&stream, size);
+  return input.ReadVarintSizeAsInt(&size) && size <= max_size && input.ReadString(&bytes, size) &&
+         message.ParseFromString(bytes);
 }
 
 TEST(ReadFrame, ReadsOneMessageAfterTheOther) {
@@ -62,6 +60,27 @@ TEST(ReadFrame, RefusesWhatIsTooLargeBeforeItTakesMemory) {
                 256U);
     }
   }
+}
+
+TEST(ReadFrame, ThrowsNothingWhateverTheBytes) {
+  std::minstd_rand random(1);
+  for (int i = 0; i < 20000; ++i) {
+    std::string bytes(random() % 40, '\0');
+    for (char& byte : bytes) {
+      byte = "\x00\x03\x08\x0a\x12\x2a\x42"[random() % 7];
+    }
+    io::ArrayInputStream stream(bytes.data(), static_cast<int>(bytes.size()),
+                                1 + static_cast<int>(random() % 20));
+    quor::protobuf::Tarq::SqlQuery query;
+    EXPECT_NO_THROW(ReadFrame(stream, 30, query));
+  }
+}
+
+TEST(BoundedStream, ThrowsWhenDamagedBytesEndBeforeTheirTime) {
+  const std::string bytes(2, '\0');
+  io::ArrayInputStream stream(bytes.data(), static_cast<int>(bytes.size()));
+  quor::protobuf::Tarq::SqlQuery query;
+  EXPECT_THROW(query.ParseFromBoundedZeroCopyStream(&stream, 3), google::protobuf::FatalException);
 }
 
 // Bytes of memory for each byte of a message, at most, on the heap or on an arena.
