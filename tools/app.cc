@@ -22,7 +22,7 @@ Application::Application()
   app_.footer(
       "Standard output carries data, standard error everything else.\n"
       "Exit status: 0 fine; 1 the data is bad, or differs; 2 wrong use; 3 input or output failed.");
-  commands_ = {AddDecode(app_), AddEncode(app_), AddDiff(app_), AddStats(app_)};
+  commands_ = {AddDecode(app_), AddEncode(app_), AddDiff(app_), AddStats(app_), AddDoctor(app_)};
 }
 
 ExitCode Application::Run(int argc, const char* const* argv) {
