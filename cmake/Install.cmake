@@ -1,10 +1,17 @@
 # What `cmake --install` puts where, and how other projects find it: qmsg_runtime is what a program
-# needs to run, qmsg_development what it needs to be built.
+# needs to run, qmsg_development what it needs to be built, qmsg_tools the command-line tool.
 
 include(CMakePackageConfigHelpers)
 
 set(qmsg_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/qmsg")
 set(qmsg_data_dir "${CMAKE_INSTALL_DATADIR}/qmsg")
+set(qmsg_man_dir "${CMAKE_INSTALL_MANDIR}/man1")
+# Below /usr and /usr/local each shell looks into its folder by itself. Only Debian's zsh has another
+# one for packages.
+set(qmsg_bash_completion_dir "${CMAKE_INSTALL_DATADIR}/bash-completion/completions")
+set(qmsg_fish_completion_dir "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d")
+set(QMSG_ZSH_COMPLETION_DIR "${CMAKE_INSTALL_DATADIR}/zsh/site-functions" CACHE STRING
+  "Where the completions for zsh are installed")
 
 if(PROJECT_IS_TOP_LEVEL)
   include(cmake/UninstallTarget.cmake)
@@ -41,3 +48,16 @@ endforeach()
 configure_file(cmake/qmsg.pc.in "${PROJECT_BINARY_DIR}/qmsg.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/qmsg.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
   COMPONENT qmsg_development)
+
+if(TARGET qmsg_cli)
+  set(pages "${PROJECT_BINARY_DIR}/tools/pages")
+  install(TARGETS qmsg_cli COMPONENT qmsg_tools)
+  install(TARGETS qmsg_probe DESTINATION "${CMAKE_INSTALL_LIBEXECDIR}/qmsg" COMPONENT qmsg_tools)
+  install(FILES "${pages}/qmsg.1" DESTINATION "${qmsg_man_dir}" COMPONENT qmsg_tools)
+  install(FILES "${pages}/qmsg.bash" RENAME qmsg
+    DESTINATION "${qmsg_bash_completion_dir}" COMPONENT qmsg_tools)
+  install(FILES "${pages}/qmsg.zsh" RENAME _qmsg
+    DESTINATION "${QMSG_ZSH_COMPLETION_DIR}" COMPONENT qmsg_tools)
+  install(FILES "${pages}/qmsg.fish"
+    DESTINATION "${qmsg_fish_completion_dir}" COMPONENT qmsg_tools)
+endif()

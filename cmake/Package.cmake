@@ -3,6 +3,9 @@
 set(CPACK_GENERATOR DEB)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_ALL qmsg_runtime qmsg_development)
+if(TARGET qmsg_cli)
+  list(APPEND CPACK_COMPONENTS_ALL qmsg_tools)
+endif()
 if(TARGET qmsg_python)
   list(APPEND CPACK_COMPONENTS_ALL qmsg_python)
 endif()
@@ -38,6 +41,18 @@ ${qmsg_description}
 .
 This package holds the C++ headers, the files for CMake and pkg-config, and the
 schema files from which other languages generate their classes.")
+
+set(CPACK_DEBIAN_QMSG_TOOLS_PACKAGE_NAME qmsg-tools)
+set(CPACK_DEBIAN_QMSG_TOOLS_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_QMSG_TOOLS_PACKAGE_SHLIBDEPS ON)
+# The library is found here; no installed package could say what it belongs to.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${PROJECT_BINARY_DIR}/src")
+set(CPACK_DEBIAN_QMSG_TOOLS_PACKAGE_DEPENDS "${qmsg_library_package} (>= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_QMSG_TOOLS_DESCRIPTION "${PROJECT_DESCRIPTION} (command-line tool)
+${qmsg_description}
+.
+This package holds the tool qmsg, which explains the messages, its manual page
+and its completions for bash, zsh and fish.")
 
 set(CPACK_DEBIAN_QMSG_PYTHON_PACKAGE_NAME python3-qmsg)
 set(CPACK_DEBIAN_QMSG_PYTHON_PACKAGE_SECTION python)

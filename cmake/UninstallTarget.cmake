@@ -8,6 +8,10 @@ set(qmsg_destinations
   "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
   "${qmsg_package_dir}"
   "${qmsg_data_dir}/proto")
+if(TARGET qmsg_cli)
+  list(APPEND qmsg_destinations "${CMAKE_INSTALL_BINDIR}" "${qmsg_man_dir}"
+    "${qmsg_bash_completion_dir}" "${qmsg_fish_completion_dir}" "${QMSG_ZSH_COMPLETION_DIR}")
+endif()
 
 install(CODE "set(FOLDERS [[${qmsg_folder_record}]])\nset(DESTINATIONS [[${qmsg_destinations}]])")
 install(SCRIPT cmake/note_new_folders.cmake)

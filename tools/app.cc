@@ -7,6 +7,7 @@
 #include <iostream>
 #include <new>
 
+#include "help.h"
 #include "io/output.h"
 
 namespace qmsg {
@@ -18,11 +19,13 @@ Application::Application()
           "qmsg") {
   app_.set_version_flag("--version", "qmsg " QMSG_VERSION);
   app_.require_subcommand(1);
-  app_.get_formatter()->column_width(28);
+  app_.formatter(std::make_shared<HelpFormatter>());
   app_.footer(
       "Standard output carries data, standard error everything else.\n"
       "Exit status: 0 fine; 1 the data is bad, or differs; 2 wrong use; 3 input or output failed.");
-  commands_ = {AddDecode(app_), AddEncode(app_), AddDiff(app_), AddStats(app_), AddDoctor(app_)};
+  commands_ = {AddTypes(app_),  AddDescribe(app_),   AddDecode(app_),
+               AddEncode(app_), AddDiff(app_),       AddStats(app_),
+               AddDoctor(app_), AddCompletion(app_), AddMan(app_)};
 }
 
 ExitCode Application::Run(int argc, const char* const* argv) {

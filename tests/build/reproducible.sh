@@ -9,7 +9,7 @@ rm -rf "$QMSG_SCRATCH"
 mkdir -p "$QMSG_SCRATCH/another folder"
 cp -a "$QMSG_SOURCE"/{CMakeLists.txt,cmake,proto,src} "$QMSG_SCRATCH/another folder"
 cmake -S "$QMSG_SCRATCH/another folder" -B "$QMSG_SCRATCH/built" -DBUILD_TESTING=OFF \
-  -DQMSG_BUILD_EXAMPLES=OFF "-DCMAKE_BUILD_TYPE=$QMSG_BUILD_TYPE"
+  -DQMSG_BUILD_EXAMPLES=OFF -DQMSG_BUILD_TOOLS=OFF "-DCMAKE_BUILD_TYPE=$QMSG_BUILD_TYPE"
 cmake --build "$QMSG_SCRATCH/built" --target qmsg --parallel "$(nproc)"
 
 checksums() { # BUILD_FOLDER

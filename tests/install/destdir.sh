@@ -11,8 +11,10 @@ build=$QMSG_SCRATCH/destdir/build
 root="$QMSG_SCRATCH/destdir/package root"
 rm -rf "$root"
 
-# Nobody can write there, were DESTDIR not honoured.
-stage "$build" -DCMAKE_INSTALL_PREFIX=/proc/usr -DCMAKE_INSTALL_LIBDIR=/proc/usr/lib/machine
+# Nobody can write there, were DESTDIR not honoured. The tool would have to be linked anew: the build
+# leaves room in it for the way to the library folder, and this one is longer.
+stage "$build" -DCMAKE_INSTALL_PREFIX=/proc/usr -DCMAKE_INSTALL_LIBDIR=/proc/usr/lib/machine \
+  -DQMSG_BUILD_TOOLS=OFF
 DESTDIR=$root cmake --install "$build"
 PKG_CONFIG_PATH=$root/proc/usr/lib/machine/pkgconfig
 export PKG_CONFIG_PATH

@@ -25,6 +25,8 @@ install ./build/package/libqmsg1_*.deb
 expect_python 'compiled classes'
 install ./build/package/libqmsg-dev_*.deb g++ pkg-config
 expect_quickstart
+install ./build/package/qmsg-tools_*.deb
+expect_tool
 
-apt-get purge --yes --quiet --quiet libqmsg1 libqmsg-dev python3-qmsg
+apt-get purge --yes --quiet --quiet libqmsg1 libqmsg-dev python3-qmsg qmsg-tools
 expect_nothing 'after the removal'

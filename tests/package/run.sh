@@ -18,20 +18,21 @@ trap 'rm --recursive --force "$scratch"' EXIT
 
 names=$(cd "$packages" && echo ./*.deb)
 expect_equal 'the packages' "./libqmsg-dev_${version}_$architecture.deb \
-./libqmsg1_${version}_$architecture.deb ./python3-qmsg_${version}_all.deb" "$names" \
+./libqmsg1_${version}_$architecture.deb ./python3-qmsg_${version}_all.deb \
+./qmsg-tools_${version}_$architecture.deb" "$names" \
   'See cmake/Package.cmake.'
 
 # The development package holds what the others leave.
 manifest() { # PACKAGE
   if [[ $1 == libqmsg-dev ]]; then
     grep --invert-match --line-regexp --fixed-strings --file=tests/package/libqmsg1.txt \
-      tests/install/manifest.txt
+      --file=tests/package/qmsg-tools.txt tests/install/manifest.txt
   else
     cat "tests/package/$1.txt"
-  fi | sed "s|^LIBDIR|$libdir|; s|CONFIG|release|" | LC_ALL=C sort
+  fi | sed "s|^LIBDIR|$libdir|; s|CONFIG|release|; s|^ZSHDIR|share/zsh/vendor-completions|" | LC_ALL=C sort
 }
 
-for package in libqmsg1 libqmsg-dev python3-qmsg; do
+for package in libqmsg1 libqmsg-dev python3-qmsg qmsg-tools; do
   dpkg-deb --extract "$packages/$package"_*.deb "$scratch/$package"
   difference=$(diff <(manifest "$package") <(installed_files "$scratch/$package/usr")) || true
   expect_equal "the files of $package" '' "$difference" \
@@ -59,4 +60,6 @@ export PKG_CONFIG_PATH=$scratch/libqmsg-dev/usr/$libdir/pkgconfig
 export LD_LIBRARY_PATH=$scratch/libqmsg-dev/usr/$libdir
 expect_quickstart
 expect_python 'compiled classes'
+PATH=$scratch/qmsg-tools/usr/bin:$PATH
+expect_tool
 echo "The packages of $packages hold, say and do what they should."

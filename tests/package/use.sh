@@ -23,3 +23,9 @@ query = tarq_pb2.SqlQuery(connection_id=0)
 print(f"{qmsg.implementation()}: {query.SerializeToString().hex()}")')" \
     'See python/CMakeLists.txt, and whether a libqmsg is installed that does not belong here.'
 }
+
+# Field 7, a varint: 7 * 8 + 0 = 0x38.
+expect_tool() {
+  expect_text 'what the tool says of SqlQuery.flags' 'tag 38, varint' \
+    "$(qmsg describe SqlQuery.flags)" 'See the rules of qmsg_tools in cmake/Install.cmake.'
+}

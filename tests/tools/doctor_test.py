@@ -12,7 +12,8 @@ import tempfile
 import time
 import unittest
 
-TOOL = os.environ["QMSG"]
+import tool
+
 LIBRARY = os.path.realpath(os.environ["QMSG_LIBRARY"])
 VERSION = os.environ["QMSG_VERSION"]
 EMBEDDING = pathlib.Path(os.environ["QMSG_EMBEDDING"])
@@ -51,7 +52,7 @@ class Doctor(unittest.TestCase):
         return str(path)
 
     def run_tool(self, *arguments, **environment):
-        return subprocess.run([TOOL, "doctor", *map(str, arguments)], capture_output=True,
+        return subprocess.run([tool.PROGRAM, "doctor", *map(str, arguments)], capture_output=True,
                               timeout=120, env={**os.environ, **environment})
 
     def findings(self, *arguments, code, python=None, **environment):
@@ -127,7 +128,7 @@ class SoundInstallation(Doctor):
     def test_has_colours_on_a_terminal_only_if_they_are_welcome(self):
         for no_colour, wanted in (("", True), ("1", False)):
             leader, follower = pty.openpty()
-            subprocess.run([TOOL, "doctor", "--python", self.python], stdout=follower, check=True,
+            subprocess.run([tool.PROGRAM, "doctor", "--python", self.python], stdout=follower, check=True,
                            timeout=60, env={**os.environ, "NO_COLOR": no_colour})
             os.close(follower)
             self.assertEqual(b"\x1b[32mok" in os.read(leader, 65536), wanted)
@@ -285,7 +286,7 @@ class BadObject(Doctor):
                 findings = self.findings(path, code=1)
                 self.assertIn(text, self.one(findings, "library", "error")["text"])
                 self.assertEqual([f for f in findings if f["subject"] == "load"], [])
-        self.assertIn("is a program", self.one(self.findings(TOOL, code=1), "library",
+        self.assertIn("is a program", self.one(self.findings(tool.PROGRAM, code=1), "library",
                                                "error")["text"])
 
     def test_beside_a_good_one_does_not_hide_it(self):

@@ -80,9 +80,9 @@ Command AddDoctor(CLI::App& app) {
       ->type_name("FILE");
   command
       ->add_option("--timeout", options->timeout,
-                   "How long loading, and Python, may take, in seconds")
-      ->check(CLI::Range(0.001, 3600.0))
-      ->capture_default_str();
+                   "How long loading, and Python, may take; default: 10")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(0.001, 3600.0).description(""));
   command->footer(
       "Each finding is a line: its level (ok, note, warning or error), its subject (tool, "
       "library,\n"

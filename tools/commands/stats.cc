@@ -174,7 +174,7 @@ Command AddStats(CLI::App& app) {
       std::string(kFramingHelp) +
       "\n\nA field's bytes are those of its tag, its length and all that lies inside.\n\n"
       "Example:\n"
-      "  qmsg stats --framing any capture.bin");
+      "  qmsg stats --framing any stream.bin");
   return {command, [options] { return Run(*options); }};
 }
 

@@ -9,8 +9,6 @@
 #include <qmsg/quorphp.pb.h>
 #include <qmsg/tarq.pb.h>
 
-#include "error.h"
-
 namespace qmsg {
 namespace pb = google::protobuf;
 
@@ -44,18 +42,6 @@ std::vector<const pb::Descriptor*> SchemaMessages() {
     }
   }
   return messages;
-}
-
-const pb::Descriptor* FindMessage(const std::string& name) {
-  for (const pb::Descriptor* message : SchemaMessages()) {
-    const std::string& full = message->full_name();
-    if (full == name ||
-        (full.size() > name.size() &&
-         full.compare(full.size() - name.size() - 1, std::string::npos, "." + name) == 0)) {
-      return message;
-    }
-  }
-  throw Error(ExitCode::kWrongUse, "no message is called '" + name + "'");
 }
 
 std::unique_ptr<pb::Message> NewMessage(const pb::Descriptor* type) {

@@ -16,8 +16,9 @@ std::vector<const google::protobuf::FileDescriptor*> SchemaFiles();
 // All messages of the schema files in the order of their declaration, without the entries of maps.
 std::vector<const google::protobuf::Descriptor*> SchemaMessages();
 
-// The message of that name. Names are given in full, or by as much of their end as is unambiguous:
-// "SqlQuery", "Tarq.Error". Throws Error that lists what comes nearest.
+// The message of that name: one of the schema files, or a Timestamp, a Duration or an Any of the
+// runtime. Names are given in full, or by as much of their end as is unambiguous: "SqlQuery",
+// "Tarq.Error". Throws Error that lists what comes nearest.
 const google::protobuf::Descriptor* FindMessage(const std::string& name);
 
 // An empty message of that type.

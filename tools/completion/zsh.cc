@@ -1,0 +1,118 @@
+#include "completion/completion.h"
+
+namespace qmsg {
+namespace {
+
+std::string Quote(const std::string& text) {
+  std::string quoted = "'";
+  for (const char character : text) {
+    quoted += character == '\'' ? "'\\''" : std::string(1, character);
+  }
+  return quoted + "'";
+}
+
+// `text` with a backslash before each of `characters`, which part a specification.
+std::string Escape(const std::string& text, const std::string& characters) {
+  std::string escaped;
+  for (const char character : text) {
+    escaped += characters.find(character) == std::string::npos ? "" : "\\";
+    escaped += character;
+  }
+  return escaped;
+}
+
+// What completes a value, as _arguments has it.
+std::string Action(const OptionFacts& option) {
+  if (!option.choices.empty()) {
+    return "(" + Join(option.choices, " ") + ")";
+  }
+  if (option.type == "TYPE") {
+    return "_qmsg_types";
+  }
+  if (option.type == "NAME") {
+    return "_qmsg_names";
+  }
+  return option.type == "FILE" ? "_files" : " ";
+}
+
+std::string Specifications(const CommandFacts& command) {
+  std::string text;
+  for (const OptionFacts& option : command.options) {
+    for (const std::string& name : option.names) {
+      std::string specification =
+          option.names.size() == 1 ? "" : "(" + Join(option.names, " ") + ")";
+      if (option.repeated) {
+        specification = "*";
+      }
+      specification += name;
+      if (!option.type.empty()) {
+        specification += name.rfind("--", 0) == 0 ? "=" : "+";
+      }
+      specification += "[" + Escape(option.description, "[]\\") + "]";
+      if (!option.type.empty()) {
+        specification += ":" + Escape(option.type, ":\\") + ":" + Action(option);
+      }
+      text += " \\\n        " + Quote(specification);
+    }
+  }
+  for (std::size_t i = 0; i < command.arguments.size(); ++i) {
+    const OptionFacts& argument = command.arguments[i];
+    text += " \\\n        " + Quote((argument.repeated ? "*" : std::to_string(i + 1)) + ":" +
+                                    Escape(argument.type, ":\\") + ":" + Action(argument));
+  }
+  return text;
+}
+
+}  // namespace
+
+std::string ZshCompletion(const CompletionInput& input) {
+  std::string commands;
+  std::string cases;
+  for (const CommandFacts& command : input.commands) {
+    commands += "        " + Quote(command.name + ":" + command.description) + "\n";
+    cases += "      " + command.name + ") _arguments" + Specifications(command) + " ;;\n";
+  }
+  return R"(#compdef qmsg
+# Completes command lines of qmsg in zsh. Made by `qmsg completion zsh`.
+
+_qmsg_types() {
+  compadd -- )" +
+         Join(input.types, " \\\n    ") + R"(
+}
+
+_qmsg_names() {
+  compadd -- )" +
+         Join(input.names, " \\\n    ") + R"(
+}
+
+_qmsg() {
+  local curcontext=$curcontext state line
+  typeset -A opt_args
+  _arguments -C)" +
+         Specifications(input.tool) + R"( \
+        '1:command:->command' '*::argument:->argument' && return
+  case $state in
+    command)
+      local -a commands=(
+)" + commands +
+         R"(      )
+      _describe command commands
+      ;;
+    argument)
+      case $words[1] in
+)" + cases +
+         R"(      esac
+      ;;
+  esac
+}
+
+# As a file in $fpath it is the function's body; otherwise it is sourced.
+if [[ $zsh_eval_context[-1] == loadautofunc ]]; then
+  _qmsg "$@"
+else
+  compdef _qmsg qmsg
+fi
+)";
+}
+
+}  // namespace qmsg

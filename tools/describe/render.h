@@ -1,0 +1,19 @@
+// A description in the forms that it is read in.
+#pragma once
+
+#include <string>
+
+#include "describe/description.h"
+
+namespace qmsg {
+
+// For a terminal of 80 columns; names bold if `colour` is wanted.
+std::string AsText(const Description& description, bool colour);
+
+// To paste into a document: a heading of the third level, tables.
+std::string AsMarkdown(const Description& description);
+
+// One object, with the same keys for every kind; lists that the kind has not are empty.
+std::string AsJson(const Description& description);
+
+}  // namespace qmsg
