@@ -13,19 +13,16 @@
 namespace qmsg {
 
 Application::Application()
-    : app_(
-          "Reads, writes, checks and explains the messages of a PHP monitoring and job-queue "
-          "system.",
-          "qmsg") {
+    : app_("Reads, writes, checks and explains messages of PHP workers and job queues.", "qmsg") {
   app_.set_version_flag("--version", "qmsg " QMSG_VERSION);
   app_.require_subcommand(1);
   app_.formatter(std::make_shared<HelpFormatter>());
   app_.footer(
       "Standard output carries data, standard error everything else.\n"
       "Exit status: 0 fine; 1 the data is bad, or differs; 2 wrong use; 3 input or output failed.");
-  commands_ = {AddTypes(app_),  AddDescribe(app_),   AddDecode(app_),
-               AddEncode(app_), AddDiff(app_),       AddStats(app_),
-               AddDoctor(app_), AddCompletion(app_), AddMan(app_)};
+  commands_ = {AddTypes(app_), AddDescribe(app_), AddDecode(app_),     AddEncode(app_),
+               AddCheck(app_), AddGuess(app_),    AddWire(app_),       AddDiff(app_),
+               AddStats(app_), AddDoctor(app_),   AddCompletion(app_), AddMan(app_)};
 }
 
 ExitCode Application::Run(int argc, const char* const* argv) {

@@ -23,4 +23,8 @@ std::string HelpFormatter::make_option_desc(const CLI::Option* option) const {
   return text;
 }
 
+std::string HelpFormatter::make_footer(const CLI::App* app) const {
+  return Wrap(app->get_footer(), 0);
+}
+
 }  // namespace qmsg

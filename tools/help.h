@@ -13,6 +13,7 @@ class HelpFormatter : public CLI::Formatter {
 
   std::string make_option_opts(const CLI::Option* option) const override;
   std::string make_option_desc(const CLI::Option* option) const override;
+  std::string make_footer(const CLI::App* app) const override;
 
  private:
   static constexpr std::size_t kTextColumn = 28;

@@ -28,6 +28,12 @@ class Run:
         return self.bytes.decode()
 
 
+def qmsg(*arguments, stdin=b""):
+    """Returns (exit status, standard output, standard error)."""
+    run = Run(arguments, stdin)
+    return run.code, run.text, run.errors
+
+
 class ToolTest(unittest.TestCase):
     maxDiff = None
 

@@ -64,8 +64,7 @@ ExitCode Run(const Options& options) {
 
 Command AddDoctor(CLI::App& app) {
   auto options = std::make_shared<doctor::Options>();
-  CLI::App* command =
-      app.add_subcommand("doctor", "Tell whether the installation is sound, and what to do if not");
+  CLI::App* command = app.add_subcommand("doctor", "Say whether an installation is sound");
   command
       ->add_option("LIBRARY", options->libraries,
                    "libqmsg, a plugin that uses it, or several objects that are to live in one "

@@ -84,16 +84,20 @@ std::string Entry(const OptionFacts& option) {
 std::string Notes(const std::string& notes) {
   std::string roff;
   std::istringstream lines(notes);
+  bool table = false;
   bool paragraph = true;
   for (std::string line; std::getline(lines, line);) {
     if (line.empty()) {
       paragraph = true;
       continue;
     }
-    roff += (paragraph ? ".PP\n" : line[0] == ' ' ? ".br\n" : "") + Roff(line) + '\n';
+    const bool in_table = line[0] == ' ';
+    roff += in_table && !table ? ".nf\n" : !in_table && table ? ".fi\n" : "";
+    roff += (paragraph ? ".PP\n" : "") + Roff(line) + '\n';
+    table = in_table;
     paragraph = false;
   }
-  return roff;
+  return roff + (table ? ".fi\n" : "");
 }
 
 std::string Section(const CommandFacts& command) {

@@ -5,6 +5,7 @@
 
 #include <iostream>
 
+#include "io/escape.h"
 #include "io/progress.h"
 #include "schema/schema.h"
 #include "wire/faults.h"
@@ -29,22 +30,6 @@ class AnyFields : public Visitor {
   Occurrence value;
 };
 
-const Descriptor* TypeOf(const Received& any, std::string_view url) {
-  if (url.empty()) {
-    throw Error(ExitCode::kBadData, any.Where() +
-                                        ": the google.protobuf.Any names no type; is the "
-                                        "framing right?");
-  }
-  const std::string name(url.substr(url.rfind('/') + 1));
-  const Descriptor* type =
-      google::protobuf::DescriptorPool::generated_pool()->FindMessageTypeByName(name);
-  if (type == nullptr) {
-    throw Error(ExitCode::kBadData,
-                any.Where() + ": the type '" + std::string(url) + "' is none of the schema's");
-  }
-  return type;
-}
-
 // Replaces an Any by what it holds.
 void Unpack(Received& message) {
   message.type = Any::descriptor();
@@ -53,16 +38,17 @@ void Unpack(Received& message) {
     throw NoMessage(message);
   }
   message.type_url = message.bytes.substr(fields.url.value, fields.url.size());
-  message.type = TypeOf(message, message.type_url);
+  message.type = TypeOf(message.type_url);
+  if (message.type == nullptr) {
+    throw Error(
+        ExitCode::kBadData,
+        message.Where() +
+            (message.type_url.empty()
+                 ? ": the google.protobuf.Any names no type; is the framing right?"
+                 : ": the type '" + Escape(message.type_url) + "' is none of the schema's"));
+  }
   message.bytes = message.bytes.substr(fields.value.value, fields.value.size());
   message.offset += fields.value.value;
-}
-
-void TellIfEmpty(const Input& input, Framing framing) {
-  if (input.position() == 0) {
-    std::cerr << "qmsg: '" << input.name() << "' is empty: "
-              << (framing == Framing::kNone ? "a message without fields" : "no messages") << '\n';
-  }
 }
 
 // Returns whether all messages were good; stops at the first that was not, unless to keep going.
@@ -139,12 +125,16 @@ void AddFramingOption(CLI::App& command, Framing& framing) {
       {{"none", Framing::kNone}, {"delimited", Framing::kDelimited}, {"any", Framing::kAny}});
 }
 
-void AddMessageOptions(CLI::App& command, MessageOptions& options) {
+void AddInputOptions(CLI::App& command, MessageOptions& options) {
   command.add_option("FILE", options.files, "What to read; -, or none: standard input")
       ->type_name("FILE");
   AddTypeOption(command, options.type);
   AddFormOption(command, "--in", "What the input is written as; default: binary", options.form);
   AddFramingOption(command, options.framing);
+}
+
+void AddMessageOptions(CLI::App& command, MessageOptions& options) {
+  AddInputOptions(command, options);
   command.add_flag("--keep-going", options.keep_going, "Go on after a message that is bad");
 }
 
@@ -199,6 +189,18 @@ std::unique_ptr<google::protobuf::Message> Parse(const Received& received) {
 Error NoMessage(const Received& received) {
   return {ExitCode::kBadData, received.Where() + ": no " + received.type->full_name() + ": " +
                                   FirstFault(received.bytes, received.type, received.offset)};
+}
+
+const Descriptor* TypeOf(std::string_view url) {
+  return google::protobuf::DescriptorPool::generated_pool()->FindMessageTypeByName(
+      std::string(url.substr(url.rfind('/') + 1)));
+}
+
+void TellIfEmpty(const Input& input, Framing framing) {
+  if (input.position() == 0) {
+    std::cerr << "qmsg: '" << input.name() << "' is empty: "
+              << (framing == Framing::kNone ? "a message without fields" : "no messages") << '\n';
+  }
 }
 
 ExitCode ForEachMessage(const MessageOptions& options, bool type_needed,

@@ -36,13 +36,16 @@ void AddTextFormOption(CLI::App& command, const std::string& name, const std::st
                        TextForm& form);
 void AddFramingOption(CLI::App& command, Framing& framing);
 
-// --type, FILE..., --in, --framing and --keep-going.
+// --type, FILE..., --in and --framing.
+void AddInputOptions(CLI::App& command, MessageOptions& options);
+// These and --keep-going.
 void AddMessageOptions(CLI::App& command, MessageOptions& options);
 
 // What AddFramingOption's words mean, for the help of its command.
 inline constexpr char kFramingHelp[] =
-    "Framing: none, one message is all of the input; delimited, each message stands behind its\n"
-    "length, a varint; any, the same with each in a google.protobuf.Any, which names its type.";
+    "Framing: none, one message is all of the input; delimited, each message stands\n"
+    "behind its length, a varint; any, the same with each in a google.protobuf.Any,\n"
+    "which names its type.";
 
 // A message as it was found.
 struct Received {
@@ -89,6 +92,12 @@ std::unique_ptr<google::protobuf::Message> Parse(const Received& received);
 
 // That these bytes are no message of their type, and why.
 Error NoMessage(const Received& received);
+
+// The type that the URL in a google.protobuf.Any names; null if it is none of the schema's.
+const google::protobuf::Descriptor* TypeOf(std::string_view url);
+
+// Says on standard error if there was nothing to read.
+void TellIfEmpty(const Input& input, Framing framing);
 
 // Calls `visit` with every message of the files, and shows progress on a terminal. What is bad is
 // told on standard error; then the rest is left, unless options say to keep going. Returns kBadData

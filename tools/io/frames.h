@@ -5,9 +5,25 @@
 #include <string>
 #include <string_view>
 
+#include "error.h"
 #include "io/input.h"
 
 namespace qmsg {
+
+// A place behind which a stream cannot be read.
+class BrokenStream : public Error {
+ public:
+  BrokenStream(const std::string& input, std::uint64_t index, std::uint64_t offset,
+               const std::string& reason);
+
+  std::uint64_t offset() const { return offset_; }
+  // Without the name of the input and the place.
+  const std::string& reason() const { return reason_; }
+
+ private:
+  std::uint64_t offset_;
+  std::string reason_;
+};
 
 // How messages follow one another in an input.
 enum class Framing {
@@ -20,7 +36,8 @@ enum class Framing {
 struct Frame {
   std::uint64_t index = 0;   // in its input, from 0
   std::uint64_t offset = 0;  // of its first byte in its input, behind the length
-  std::string_view bytes;    // until the next one is read
+  std::string_view length;   // its length as it stands in front of it; both until the next is read
+  std::string_view bytes;
 };
 
 class FrameReader {
@@ -28,18 +45,25 @@ class FrameReader {
   FrameReader(Input& input, Framing framing) : input_(input), framing_(framing) {}
 
   // Reads the next frame, in memory of its size. Returns false at the end of the input; throws
-  // Error if that comes inside of a frame, or if there is no length: then nothing behind it can be
-  // read.
+  // BrokenStream if that comes inside of a frame, or if there is no length: then nothing behind it
+  // can be read.
   bool Next(Frame& frame);
+
+  // After Next has thrown since there is no whole frame: what it had read of it, beginning with its
+  // length. Empty if it was the input that failed.
+  std::string Unfinished() const;
 
  private:
   bool ReadLength(std::uint64_t& length);
-  [[noreturn]] void Refuse(std::uint64_t offset, const std::string& reason) const;
+  [[noreturn]] void Refuse(std::uint64_t offset, const std::string& reason);
 
   Input& input_;
   Framing framing_;
   std::uint64_t next_index_ = 0;
+  std::string length_bytes_;
   std::string bytes_;
+  std::size_t size_ = 0;  // of what is in bytes_
+  bool refused_ = false;
 };
 
 }  // namespace qmsg

@@ -1,0 +1,54 @@
+// What check can find: each rule has a code, which stays the same for those who search for it.
+#pragma once
+
+#include <array>
+
+namespace qmsg {
+
+enum class Severity { kError, kWarning };
+
+struct Rule {
+  const char* code;
+  Severity severity;
+  const char* meaning;  // for the help
+};
+
+namespace rules {
+
+inline constexpr Rule kFraming{"framing", Severity::kError, "the rest of the input is no message"};
+inline constexpr Rule kAnyType{"any-type", Severity::kError, "an Any names no type of the schema"};
+inline constexpr Rule kMalformed{"malformed", Severity::kError, "the wire format is broken"};
+inline constexpr Rule kUtf8{"utf-8", Severity::kError, "text is no UTF-8"};
+inline constexpr Rule kTypeTag{"type-tag", Severity::kWarning,
+                               "a type tag and the member that is set disagree"};
+inline constexpr Rule kUndeclaredEnum{"undeclared-enum", Severity::kWarning,
+                                      "an enum value is not declared"};
+inline constexpr Rule kUnknownField{"unknown-field", Severity::kWarning,
+                                    "a field number is not declared"};
+inline constexpr Rule kWireType{"wire-type", Severity::kWarning,
+                                "a declared number has another wire type"};
+inline constexpr Rule kDanglingReference{"dangling-reference", Severity::kWarning,
+                                         "an ident is referred to that is not there"};
+inline constexpr Rule kParentCycle{"parent-cycle", Severity::kWarning,
+                                   "transactions are their own parents"};
+inline constexpr Rule kDuplicateKey{"duplicate-key", Severity::kWarning,
+                                    "two elements have the same key"};
+inline constexpr Rule kNanosRange{"nanos-range", Severity::kWarning,
+                                  "nanoseconds are out of range, or of the wrong sign"};
+inline constexpr Rule kSecondsRange{"seconds-range", Severity::kWarning,
+                                    "seconds are out of range"};
+inline constexpr Rule kContentLength{"content-length", Severity::kWarning,
+                                     "a body is not as long as is said"};
+inline constexpr Rule kRepeatedSingular{"repeated-singular", Severity::kWarning,
+                                        "a field occurs again, or another of its oneof"};
+
+}  // namespace rules
+
+inline constexpr std::array<const Rule*, 15> kRules{
+    &rules::kFraming,      &rules::kAnyType,       &rules::kMalformed,
+    &rules::kUtf8,         &rules::kTypeTag,       &rules::kUndeclaredEnum,
+    &rules::kUnknownField, &rules::kWireType,      &rules::kDanglingReference,
+    &rules::kParentCycle,  &rules::kDuplicateKey,  &rules::kNanosRange,
+    &rules::kSecondsRange, &rules::kContentLength, &rules::kRepeatedSingular};
+
+}  // namespace qmsg

@@ -1,0 +1,132 @@
+#include <google/protobuf/any.pb.h>
+
+#include <iostream>
+#include <memory>
+
+#include "commands/commands.h"
+#include "commands/messages.h"
+#include "io/escape.h"
+#include "io/output.h"
+#include "wire/hex_lines.h"
+#include "wire/view.h"
+
+namespace qmsg {
+namespace {
+
+namespace pb = google::protobuf;
+
+constexpr std::size_t kBlock = 8192 * HexLines::kBytes;
+
+struct Options {
+  std::string file = "-";
+  std::string type;
+  Form form = Form::kBinary;
+  Framing framing = Framing::kNone;
+  bool full = false;
+};
+
+class Viewer {
+ public:
+  explicit Viewer(const Options& options)
+      : framing_(options.framing),
+        input_(options.file, options.form),
+        type_(FindType(options.type, options.framing, false)),
+        lines_(Output::Standard(), WantsColour(Output::Standard()), options.full) {}
+
+  ExitCode Run() {
+    if (framing_ == Framing::kAny) {
+      type_ = pb::Any::descriptor();
+    }
+    framing_ == Framing::kNone ? Whole() : Stream();
+    TellIfEmpty(input_, framing_);
+    if (faults_ > 0) {
+      Output::Standard().Flush();
+      std::cerr << "qmsg: " << input_.name() << ": " << faults_
+                << (faults_ == 1 ? " fault, marked <-" : " faults, each marked <-") << '\n';
+    }
+    return faults_ == 0 ? ExitCode::kFine : ExitCode::kBadData;
+  }
+
+ private:
+  std::string TypeText() const {
+    return type_ == nullptr ? "a message of unknown type" : type_->full_name();
+  }
+
+  void Whole() {
+    const std::string bytes = ReadAll(input_);
+    lines_.Title(TypeText() + ", " + ByteCount(bytes.size()));
+    faults_ += ViewMessage(bytes, type_, 0, 0, lines_);
+  }
+
+  void Stream() {
+    FrameReader frames(input_, framing_);
+    lines_.Title("a stream of " + (type_ == nullptr ? "messages of unknown type" : TypeText()));
+    try {
+      for (Frame frame; frames.Next(frame);) {
+        lines_.Field(frame.offset - frame.length.size(), frame.length, 0,
+                     {{"message " + std::to_string(frame.index), Piece::Look::kName},
+                      {": " + ByteCount(frame.bytes.size())}});
+        faults_ += ViewMessage(frame.bytes, type_, frame.offset, 1, lines_);
+      }
+    } catch (const Error& error) {
+      const std::string unfinished = frames.Unfinished();
+      if (unfinished.empty()) {
+        throw;
+      }
+      ++faults_;
+      Rest(unfinished, error.what());
+    }
+  }
+
+  // Shows what no frame can be found in: `begun`, and all that the input still has.
+  void Rest(const std::string& begun, const std::string& reason) {
+    std::uint64_t offset = input_.position() - begun.size();
+    std::string block = begun.substr(0, HexLines::kBytes);
+    lines_.Field(offset, block, 0, {{"<- " + Escape(reason), Piece::Look::kFault}});
+    offset += block.size();
+    block = begun.substr(block.size());
+    std::uint64_t left_out = 0;
+    do {
+      if (lines_.full() && !block.empty()) {
+        lines_.Content(offset, block, 1, HexLines::Beside::kNothing);
+      }
+      left_out += block.size();
+      offset += block.size();
+      block.resize(kBlock);
+      block.resize(input_.Read(block.data(), block.size()));
+    } while (!block.empty());
+    if (!lines_.full() && left_out > 0) {
+      lines_.Field(0, {}, 1, {{ByteCount(left_out) + " more"}});
+    }
+  }
+
+  Framing framing_;
+  Input input_;
+  const pb::Descriptor* type_;
+  HexLines lines_;
+  std::size_t faults_ = 0;
+};
+
+}  // namespace
+
+Command AddWire(CLI::App& app) {
+  CLI::App* command = app.add_subcommand("wire", "Show bytes in hex, field by field");
+  auto options = std::make_shared<Options>();
+  command->add_option("FILE", options->file, "What to read; -, or none: standard input")
+      ->type_name("FILE");
+  AddTypeOption(*command, options->type);
+  AddFormOption(*command, "--in", "What the input is written as; default: binary", options->form);
+  AddFramingOption(*command, options->framing);
+  command->add_flag("--full", options->full, "Show long values to their end");
+  command->footer(
+      std::string(kFramingHelp) +
+      "\n\nEach field stands beside its bytes: name, number and type, value. Without --type,\n"
+      "and for what is not declared, the wire type stands in place of the type, and a\n"
+      "value with a length (len) is shown as what it looks like. Offsets and bytes are\n"
+      "hexadecimal; .. stands for bytes left out, <- for what no parser takes.\n\n"
+      "Example:\n"
+      "  echo 2a0853454c4543542031 | qmsg wire --type SqlQuery --in hex");
+  return {command, [options] { return Viewer(*options).Run(); }};
+}
+
+}  // namespace qmsg

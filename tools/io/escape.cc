@@ -1,0 +1,139 @@
+#include "io/escape.h"
+
+#include <google/protobuf/stubs/common.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <limits>
+
+namespace qmsg {
+namespace {
+
+struct Range {
+  std::uint32_t first;
+  std::uint32_t last;
+};
+
+// Characters beyond ASCII that a terminal obeys, does not show, or shows out of order.
+constexpr std::array kHidden{
+    Range{0x80, 0x9f},        // C1
+    Range{0xad, 0xad},        // soft hyphen
+    Range{0x61c, 0x61c},      // Arabic letter mark
+    Range{0x180e, 0x180e},    // Mongolian vowel separator
+    Range{0x200b, 0x200f},    // of zero width, and marks of direction
+    Range{0x2028, 0x202e},    // ends of line and paragraph, embeddings and overrides of direction
+    Range{0x2060, 0x206f},    // word joiner, isolates of direction, and the like
+    Range{0xfeff, 0xfeff},    // byte order mark
+    Range{0xfff9, 0xfffb},    // annotations
+    Range{0xe0000, 0xe0fff},  // tags and selectors
+};
+
+constexpr std::uint32_t kFirstWide = 0x1100;  // below it no character takes two columns
+
+std::string Number(char letter, std::uint32_t value, int digits) {
+  static constexpr char kDigits[] = "0123456789abcdef";
+  std::string text{'\\', letter};
+  for (int i = digits - 1; i >= 0; --i) {
+    text += kDigits[value >> (4 * i) & 15U];
+  }
+  return text;
+}
+
+// The size of the UTF-8 sequence that `text` begins with; 0 if there is none.
+std::size_t SequenceSize(std::string_view text) {
+  const auto first = static_cast<unsigned char>(text.front());
+  const std::size_t size = first < 0x80 ? 1 : first < 0xe0 ? 2 : first < 0xf0 ? 3 : 4;
+  if (size > text.size()) {
+    return 0;
+  }
+  const int good = google::protobuf::internal::UTF8SpnStructurallyValid(
+      google::protobuf::StringPiece(text.data(), size));
+  return static_cast<std::size_t>(good) == size ? size : 0;
+}
+
+std::uint32_t CodePoint(std::string_view sequence) {
+  const auto first = static_cast<unsigned char>(sequence.front());
+  std::uint32_t code = sequence.size() == 1 ? first : first & (0xffU >> (sequence.size() + 1));
+  for (const char byte : sequence.substr(1)) {
+    code = code << 6U | (static_cast<unsigned char>(byte) & 0x3fU);
+  }
+  return code;
+}
+
+std::string ShowAscii(char character) {
+  switch (character) {
+    case '\n':
+      return "\\n";
+    case '\r':
+      return "\\r";
+    case '\t':
+      return "\\t";
+    case '"':
+    case '\\':
+      return {'\\', character};
+    default:
+      break;
+  }
+  const auto byte = static_cast<unsigned char>(character);
+  return byte < 0x20 || byte == 0x7f ? Number('x', byte, 2) : std::string(1, character);
+}
+
+}  // namespace
+
+Shown ShowCharacter(std::string_view text) {
+  const std::size_t size = SequenceSize(text);
+  if (size == 0) {
+    return {Number('x', static_cast<unsigned char>(text.front()), 2), 1, 4};
+  }
+  if (size == 1) {
+    std::string shown = ShowAscii(text.front());
+    const std::size_t columns = shown.size();
+    return {std::move(shown), 1, columns};
+  }
+  const std::uint32_t code = CodePoint(text.substr(0, size));
+  const bool hidden = std::any_of(kHidden.begin(), kHidden.end(), [code](const Range& range) {
+    return code >= range.first && code <= range.last;
+  });
+  if (hidden) {
+    std::string shown = code > 0xffff ? Number('U', code, 8) : Number('u', code, 4);
+    const std::size_t columns = shown.size();
+    return {std::move(shown), size, columns};
+  }
+  return {std::string(text.substr(0, size)), size, code < kFirstWide ? 1U : 2U};
+}
+
+Shown ShowText(std::string_view text, std::size_t columns) {
+  Shown all;
+  while (all.size < text.size()) {
+    const Shown one = ShowCharacter(text.substr(all.size));
+    if (all.columns + one.columns > columns) {
+      break;
+    }
+    all.text += one.text;
+    all.size += one.size;
+    all.columns += one.columns;
+  }
+  return all;
+}
+
+std::string Escape(std::string_view text) {
+  return ShowText(text, std::numeric_limits<std::size_t>::max()).text;
+}
+
+Legibility LegibilityOf(std::string_view text) {
+  Legibility all = Legibility::kText;
+  while (!text.empty()) {
+    const char first = text.front();
+    const Shown one = ShowCharacter(text);
+    if (first == '\n' || first == '\r' || first == '\t') {
+      all = Legibility::kLines;
+    } else if (one.text.front() == '\\' && first != '\\' && first != '"') {
+      return Legibility::kNone;
+    }
+    text.remove_prefix(one.size);
+  }
+  return all;
+}
+
+}  // namespace qmsg

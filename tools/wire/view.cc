@@ -1,0 +1,257 @@
+#include "wire/view.h"
+
+#include <google/protobuf/any.pb.h>
+#include <google/protobuf/io/coded_stream.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <vector>
+
+#include "io/escape.h"
+#include "wire/looks.h"
+#include "wire/values.h"
+#include "wire/walk.h"
+
+namespace qmsg {
+namespace {
+
+namespace pb = google::protobuf;
+using Look = Piece::Look;
+
+// Messages in values of which nothing is declared are looked for down to here.
+constexpr std::size_t kMaxLevel = 100;
+
+// The type that an Any names, by the last of its fields for that, as for a parser.
+class TypeInAny : public Visitor {
+ public:
+  explicit TypeInAny(std::string_view bytes) : bytes_(bytes) {
+    Walk(bytes, pb::Any::descriptor(), *this);
+  }
+
+  void Value(const Occurrence& at, const Path& path) override {
+    if (path.depth() == 1 && at.known && at.number == pb::Any::kTypeUrlFieldNumber) {
+      url_ = bytes_.substr(at.value, at.size());
+    }
+  }
+
+  // Null if it is none of those that are linked in.
+  const pb::Descriptor* type() const {
+    return pb::DescriptorPool::generated_pool()->FindMessageTypeByName(
+        std::string(url_.substr(url_.rfind('/') + 1)));
+  }
+  const std::string_view& url() const { return url_; }
+
+ private:
+  std::string_view bytes_;
+  std::string_view url_;
+};
+
+class View : public Visitor {
+ public:
+  View(std::string_view bytes, const pb::Descriptor* type, std::uint64_t base, std::size_t level,
+       HexLines& lines)
+      : bytes_(bytes), base_(base), level_(level), lines_(lines) {
+    levels_.push_back({bytes.size(), type, false});
+  }
+
+  std::size_t Show() {
+    const pb::Descriptor* type = levels_.front().type;
+    if (type == pb::Any::descriptor()) {
+      ResolveAny();
+    }
+    Walk(bytes_, type, *this);
+    return faults_;
+  }
+
+  void Value(const Occurrence& at, const Path& /*path*/) override {
+    if (at.wire_type != WireType::WIRETYPE_LENGTH_DELIMITED) {
+      Head(at, at.end, ": " + NumberText(at));
+      return;
+    }
+    const std::string_view content = bytes_.substr(at.value, at.size());
+    if (at.known && at.field->type() == pb::FieldDescriptor::TYPE_STRING) {
+      Head(at, at.value, ": " + ByteCount(at.size()));
+      Content(content, Level() + 1, HexLines::Beside::kText);
+    } else if (at.known && in_any_ != nullptr) {
+      Head(at, at.value, ": " + in_any_->full_name() + ", " + ByteCount(at.size()));
+      Inside(content, in_any_);
+    } else {
+      Unknown(at, content);
+    }
+  }
+
+  void Enter(const Occurrence& at, const pb::Descriptor* type, const Path& /*path*/) override {
+    const bool group = at.wire_type == WireType::WIRETYPE_START_GROUP;
+    std::string about;
+    if (!group) {
+      about = ": " + ByteCount(at.size());
+      const std::string time = TimeText(bytes_.substr(at.value, at.size()), type);
+      about += time.empty() ? "" : ", " + time;
+    }
+    Head(at, at.value, about);
+    levels_.push_back({group ? End() : at.end, type, group});
+  }
+
+  void Leave(const Occurrence& at, const Path& /*path*/) override {
+    levels_.pop_back();
+    if (cursor_ < at.end) {  // What is left of a group without a fault is its end.
+      Field(at.end, {{"end of group " + std::to_string(at.number)}});
+    }
+  }
+
+  void Meet(const Fault& fault, const Path& path) override {
+    ++faults_;
+    if (fault.kind == Fault::Kind::kUtf8) {
+      lines_.Field(
+          0, {}, Level() + 1,
+          {{"<- at " + HexOffset(base_ + fault.offset) + ": " + fault.reason, Look::kFault}});
+      return;
+    }
+    const Piece reason{" <- " + fault.reason, Look::kFault};
+    if (path.depth() < levels_.size()) {
+      Field(std::min(cursor_ + HexLines::kBytes, End()), {reason});
+    } else if (!CutOff(path.steps().back(), reason)) {
+      std::vector<Piece> pieces = Names(path.steps().back());
+      pieces.push_back(reason);
+      Field(path.steps().back().value, pieces);
+    }
+    Content(bytes_.substr(cursor_, End() - cursor_), Level() + 1, HexLines::Beside::kNothing);
+  }
+
+ private:
+  // If the field is a text or a message of which the input has only the beginning, shows that.
+  bool CutOff(const Occurrence& at, const Piece& reason) {
+    if (!at.known || at.wire_type != WireType::WIRETYPE_LENGTH_DELIMITED || End() < bytes_.size()) {
+      return false;
+    }
+    pb::io::CodedInputStream input(reinterpret_cast<const std::uint8_t*>(bytes_.data() + at.value),
+                                   static_cast<int>(End() - at.value));
+    int length = 0;
+    const bool read = input.ReadVarintSizeAsInt(&length);
+    const std::size_t begin = at.value + static_cast<std::size_t>(input.CurrentPosition());
+    // A length that the bytes do not fall short of is another fault.
+    if (!read || static_cast<std::size_t>(length) <= End() - begin) {
+      return false;
+    }
+    std::vector<Piece> pieces = Names(at);
+    pieces.push_back(reason);
+    Field(begin, pieces);
+    if (at.field->type() == pb::FieldDescriptor::TYPE_MESSAGE) {
+      Inside(bytes_.substr(cursor_), at.field->message_type());
+    } else {
+      Content(bytes_.substr(cursor_), Level() + 1,
+              at.field->type() == pb::FieldDescriptor::TYPE_STRING ? HexLines::Beside::kText
+                                                                   : HexLines::Beside::kNothing);
+    }
+    return true;
+  }
+
+  // A message or group that is being shown.
+  struct Open {
+    std::size_t end;  // of a group: of the message around it
+    const pb::Descriptor* type;
+    bool group;
+  };
+
+  std::size_t Level() const { return level_ + levels_.size() - 1; }
+  std::size_t End() const { return levels_.back().end; }
+
+  static std::string HexOffset(std::uint64_t offset) {
+    std::array<char, 24> digits{};
+    std::snprintf(digits.data(), digits.size(), "%06llx", static_cast<unsigned long long>(offset));
+    return digits.data();
+  }
+
+  // The field's name, type, and what is odd about it.
+  std::vector<Piece> Names(const Occurrence& at) const {
+    const std::string number = std::to_string(at.number);
+    if (at.known) {
+      const std::string index =
+          at.field->is_repeated() ? '[' + std::to_string(at.repetition) + ']' : "";
+      return {{at.field->name() + index, Look::kName},
+              {" (" + number + ", " + TypeName(at.field) + ')'}};
+    }
+    std::string about = std::string(" (") + Name(at.wire_type) + ')';
+    if (at.field != nullptr) {
+      about += ", but " + at.field->name() + " is " + TypeName(at.field);
+    } else if (levels_.back().type != nullptr) {
+      about += ", not declared";
+    }
+    return {{"field " + number, Look::kName}, {about}};
+  }
+
+  void Head(const Occurrence& at, std::size_t end, const std::string& about) {
+    std::vector<Piece> pieces = Names(at);
+    pieces.push_back({about});
+    Field(end, pieces);
+  }
+
+  // Shows the bytes up to `end`.
+  void Field(std::size_t end, const std::vector<Piece>& pieces) {
+    lines_.Field(base_ + cursor_, bytes_.substr(cursor_, end - cursor_), Level(), pieces);
+    cursor_ = end;
+  }
+
+  void Content(std::string_view content, std::size_t level, HexLines::Beside beside) {
+    if (!content.empty()) {
+      lines_.Content(base_ + cursor_, content, level, beside);
+      cursor_ += content.size();
+    }
+  }
+
+  void Inside(std::string_view content, const pb::Descriptor* type) {
+    faults_ += ViewMessage(content, type, base_ + cursor_, Level() + 1, lines_);
+    cursor_ += content.size();
+  }
+
+  void Unknown(const Occurrence& at, std::string_view content) {
+    Looks looks = LooksLike(content);
+    if (looks == Looks::kMessage && Level() >= kMaxLevel) {
+      looks = Looks::kBytes;
+    }
+    const std::string guess = content.empty() ? "" : std::string(", looks like ") + Name(looks);
+    Head(at, at.value, ": " + ByteCount(at.size()) + guess);
+    if (looks == Looks::kMessage) {
+      Inside(content, nullptr);
+    } else {
+      Content(content, Level() + 1,
+              looks == Looks::kText ? HexLines::Beside::kText : HexLines::Beside::kNothing);
+    }
+  }
+
+  void ResolveAny() {
+    const TypeInAny any(bytes_);
+    in_any_ = any.type();
+    if (in_any_ == nullptr) {
+      ++faults_;
+      lines_.Field(0, {}, Level(),
+                   {{any.url().empty() ? std::string("<- it names no type")
+                                       : "<- the type it names, '" + Escape(any.url()) +
+                                             "', is none of the schema's",
+                     Look::kFault}});
+    }
+  }
+
+  std::string_view bytes_;
+  std::uint64_t base_;
+  std::size_t level_;
+  HexLines& lines_;
+  std::vector<Open> levels_;
+  std::size_t cursor_ = 0;  // All before it has been shown.
+  const pb::Descriptor* in_any_ = nullptr;
+  std::size_t faults_ = 0;
+};
+
+}  // namespace
+
+std::size_t ViewMessage(std::string_view bytes, const pb::Descriptor* type, std::uint64_t base,
+                        std::size_t level, HexLines& lines) {
+  return View(bytes, type, base, level, lines).Show();
+}
+
+std::string ByteCount(std::size_t count) {
+  return std::to_string(count) + (count == 1 ? " byte" : " bytes");
+}
+
+}  // namespace qmsg
