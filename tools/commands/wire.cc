@@ -122,8 +122,8 @@ Command AddWire(CLI::App& app) {
       std::string(kFramingHelp) +
       "\n\nEach field stands beside its bytes: name, number and type, value. Without --type,\n"
       "and for what is not declared, the wire type stands in place of the type, and a\n"
-      "value with a length (len) is shown as what it looks like. Offsets and bytes are\n"
-      "hexadecimal; .. stands for bytes left out, <- for what no parser takes.\n\n"
+      "value with a length (len) is shown as what it looks like. Bytes are in\n"
+      "hexadecimal, offsets are not; .. stands for bytes left out, <- for what no parser takes.\n\n"
       "Example:\n"
       "  echo 2a0853454c4543542031 | qmsg wire --type SqlQuery --in hex");
   return {command, [options] { return Viewer(*options).Run(); }};

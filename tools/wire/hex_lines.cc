@@ -19,12 +19,8 @@ constexpr std::string_view kMore = "..";  // for bytes that are left out
 constexpr char kDigits[] = "0123456789abcdef";
 
 std::string OffsetDigits(std::uint64_t offset) {
-  std::string digits;
-  for (; offset > 0 || digits.size() < kOffsetDigits; offset >>= 4U) {
-    digits += kDigits[offset & 15U];
-  }
-  std::reverse(digits.begin(), digits.end());
-  return digits;
+  const std::string digits = std::to_string(offset);
+  return std::string(kOffsetDigits - std::min(kOffsetDigits, digits.size()), ' ') + digits;
 }
 
 std::string MoreBytes(std::size_t count) {
