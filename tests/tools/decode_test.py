@@ -93,7 +93,7 @@ class BadMessage(tool.ToolTest):
         self.assertEqual('{"query":"SELECT 1"}\n', run.text)
         self.assertEqual("qmsg: standard input: message 1 at offset 12: no "
                          "quor.protobuf.Tarq.SqlQuery: offset 13, query: a length of 9 bytes, but "
-                         "the input has only 0 left\n", run.errors)
+                         "the message has only 0 left\n", run.errors)
 
     def test_is_left_out_when_told_to_keep_going(self):
         run = self.decode("--keep-going")

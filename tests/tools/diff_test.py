@@ -34,9 +34,16 @@ class Diff(tool.ToolTest):
         self.assertEqual("added: connection_id: 0\n", self.diff(b"", b"\x10\x00").text)
 
     def test_names_elements_and_what_lies_inside(self):
-        query = lambda text: b"\x12" + tool.varint(len(text) + 2) + b"\x2a" + tool.varint(len(text)) + text
+        def query(text):
+            return b"\x12" + bytes([len(text) + 2]) + b"\x2a" + bytes([len(text)]) + text
+
         run = self.diff(query(b"a") + query(b"b"), query(b"a") + query(b"c"), type_name="SqlQueries")
         self.assertEqual('modified: queries[1].query: "b" -> "c"\n', run.text)
+
+    def test_shows_text_as_it_is_but_for_what_a_terminal_would_obey(self):
+        text = 'При "\\377 \x01\u202e'.encode()
+        run = self.diff(b"", b"\x2a" + bytes([len(text)]) + text)
+        self.assertEqual('added: query: "При \\"\\\\377 \\001\\u202e"\n', run.text)
 
     def test_of_streams_takes_the_messages_in_turn(self):
         run = self.diff(tool.delimited(SELECT_1, b"", b"\x30\x01"), tool.delimited(SELECT_1, b"\x30\x02"),
@@ -55,7 +62,7 @@ class Diff(tool.ToolTest):
         run = self.diff(SELECT_1, b"\x2a\x05")
         self.assertEqual("", run.text)
         self.assertEqual("qmsg diff: b: no quor.protobuf.Tarq.SqlQuery: offset 1, query: a length of "
-                         "5 bytes, but the input has only 0 left\n", run.errors)
+                         "5 bytes, but the message has only 0 left\n", run.errors)
 
 
 if __name__ == "__main__":

@@ -206,8 +206,8 @@ class Fields(Views):
     def test_a_number_that_is_cut_off(self):
         self.check("08 80", """
             offset  bytes                    quor.protobuf.JQ.Result, 2 bytes
-                 0  08                       ok (1, bool) <- a number is cut off: the input
-                                                 ends inside of it
+                 0  08                       ok (1, bool) <- a number is cut off: the
+                                                 message ends inside of it
                  1  80
             """, "--type", "Result", faults=1)
 
@@ -215,10 +215,10 @@ class Fields(Views):
         self.check("12 20 08 01 2a 10 4142", """
             offset  bytes                    quor.protobuf.Tarq.SqlQueries, 8 bytes
                  0  12 20                    queries[0] (2, SqlQuery) <- a length of 32
-                                                 bytes, but the input has only 6 left
+                                                 bytes, but the message has only 6 left
                  2  08 01                      statement_type (1, int32): 1
                  4  2a 10                      query (5, string) <- a length of 16 bytes,
-                                                   but the input has only 2 left
+                                                   but the message has only 2 left
                  6  41 42                        "AB"
             """, "--type", "SqlQueries", faults=2)
 
@@ -250,8 +250,8 @@ class Fields(Views):
             offset  bytes                    a message of unknown type, 3 bytes
                  0  0b                       field 1 (group)
                  1  10 01                      field 2 (varint): 1
-                                               <- the group of field 1 has no end: the input
-                                                   ends first
+                                               <- the group of field 1 has no end: the
+                                                   message ends first
             """, faults=1)
         self.check("0b 14", """
             offset  bytes                    a message of unknown type, 2 bytes
@@ -286,7 +286,7 @@ class Streams(Views):
             offset  bytes                    a stream of quor.protobuf.JQ.Result
                  0  01                       message 0: 1 byte
                  1  08                         ok (1, bool) <- a number is cut off: the
-                                                   input ends inside of it
+                                                   message ends inside of it
                  2  02                       message 1: 2 bytes
                  3  08 01                      ok (1, bool): true
             """, "--type", "Result", "--framing", "delimited", faults=1)
@@ -424,7 +424,7 @@ class Terminal(unittest.TestCase):
         coloured = self.seen()
         self.assertIn("\x1b[2m     0\x1b[0m  08", coloured)
         self.assertIn("\x1b[1mok\x1b[0m", coloured)
-        self.assertIn("\x1b[31m <- a number is cut off: the input\x1b[0m", coloured)
+        self.assertIn("\x1b[31m <- a number is cut off: the\x1b[0m", coloured)
         self.assertNotIn("\x1b", self.seen(NO_COLOR="1"))
 
 

@@ -5,6 +5,7 @@
 
 #include "commands/commands.h"
 #include "commands/messages.h"
+#include "io/escape.h"
 #include "io/output.h"
 
 namespace qmsg {
@@ -20,6 +21,38 @@ struct Options {
   Framing framing = Framing::kNone;
 };
 
+// The bytes beyond ASCII that are written at `at` as octal escapes, one behind the other.
+std::string OctalBytes(const std::string& text, std::size_t at) {
+  const auto digit = [&text](std::size_t i, char most) {
+    return i < text.size() && text[i] >= '0' && text[i] <= most;
+  };
+  std::string bytes;
+  for (; at < text.size() && text[at] == '\\' && digit(at + 1, '3') && text[at + 1] >= '2' &&
+         digit(at + 2, '7') && digit(at + 3, '7');
+       at += 4) {
+    bytes += static_cast<char>((text[at + 1] - '0') * 64 + (text[at + 2] - '0') * 8 +
+                               (text[at + 3] - '0'));
+  }
+  return bytes;
+}
+
+// The differencer's report with its characters beyond ASCII in place of their escapes.
+std::string Readable(const std::string& report) {
+  std::string text;
+  for (std::size_t i = 0; i < report.size(); ++i) {
+    const std::string bytes = OctalBytes(report, i);
+    if (!bytes.empty()) {
+      text += Escape(bytes);
+      i += 4 * bytes.size() - 1;
+    } else if (report[i] == '\\') {
+      text += report.substr(i++, 2);
+    } else {
+      text += report[i];
+    }
+  }
+  return text;
+}
+
 // One line for each field that differs; empty if none does.
 std::string Differences(const Received& a, const Received& b) {
   if (a.type != b.type) {
@@ -31,7 +64,7 @@ std::string Differences(const Received& a, const Received& b) {
   differencer.set_field_comparator(&comparator);
   std::string report;
   differencer.ReportDifferencesToString(&report);
-  return differencer.Compare(*Parse(a), *Parse(b)) ? "" : report;
+  return differencer.Compare(*Parse(a), *Parse(b)) ? "" : Readable(report);
 }
 
 // Prints what differs between two readers' messages. Returns whether anything does.

@@ -79,7 +79,7 @@ class Walker {
   }
 
   const char* Around(std::size_t end) const {
-    return end == bytes_.size() ? "input" : "message around it";
+    return end == bytes_.size() ? "message" : "message around it";
   }
 
   // Walks the fields from `at` to `end`, or to the end of the group of that number. Returns where
