@@ -87,6 +87,18 @@ class EncodeOfDecode(tool.ToolTest):
         cases = [(case.type, case.bytes) for case in vectors.load_all()]
         self.assertGreater(self.check(cases), len(cases))
 
+    def test_of_the_golden_bytes_in_a_stream_that_names_their_types(self):
+        given, expected = [], []
+        for case in vectors.load_all():
+            if case.json not in (None, vectors.NO_JSON):
+                message = as_text_has_it(reference.read(case.type, case.bytes), "json")
+                given.append(tool.in_any(case.type, case.bytes))
+                expected.append(tool.in_any(case.type, reference.write(message, unknown=False)))
+        stream = self.file("stream", tool.delimited(*given))
+        text = self.run_tool("decode", "--framing", "any", stream).bytes
+        encoded = self.run_tool("encode", "--framing", "any", given=text).bytes
+        self.assertEqual(tool.delimited(*expected).hex(), encoded.hex())
+
     def test_of_random_messages_of_all_types(self):
         messages = list(itertools.islice(random_messages.Generator(6), RANDOM_MESSAGES))
         self.assertEqual(set(random_messages.TYPES), {type_name for type_name, _ in messages})

@@ -66,6 +66,7 @@ def delimited(*messages):
 
 
 def in_any(type_name, message):
-    """A google.protobuf.Any: type_url, field 1; value, field 2."""
+    """A google.protobuf.Any: type_url, field 1; value, field 2, which is not written if empty."""
     url = b"type.googleapis.com/" + type_name.encode()
-    return b"\x0a" + varint(len(url)) + url + b"\x12" + varint(len(message)) + message
+    value = b"\x12" + varint(len(message)) + message if message else b""
+    return b"\x0a" + varint(len(url)) + url + value

@@ -93,7 +93,8 @@ std::unique_ptr<pb::Message> WithItsType(const Received& received,
   }
   auto any = std::make_unique<pb::Any>();
   any->set_type_url(std::string(received.type_url));
-  any->set_value(std::string(received.bytes));
+  // JSON would be made from the bytes as they stand, a field that occurs twice twice.
+  any->set_value(message->SerializeAsString());
   return any;
 }
 

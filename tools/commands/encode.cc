@@ -75,6 +75,15 @@ std::string Serialize(const pb::Message& message) {
   return bytes;
 }
 
+// From JSON the runtime makes content that has fields with a value of 0, as no writer does.
+void Normalise(pb::Any& any) {
+  const pb::Descriptor* type = TypeOf(any.type_url());
+  const std::unique_ptr<pb::Message> content = type == nullptr ? nullptr : NewMessage(type);
+  if (content != nullptr && content->ParseFromString(any.value())) {
+    any.set_value(Serialize(*content));
+  }
+}
+
 void WriteFrame(const std::string& bytes, Framing framing, EncodedOutput& output) {
   if (framing != Framing::kNone) {
     std::array<std::uint8_t, 5> length{};
@@ -125,6 +134,9 @@ class Encoder {
                                      ? ""
                                      : "message " + std::to_string(document.index) + ": ";
       throw Error(error.code(), input_.name() + ": " + number + error.what());
+    }
+    if (options_.framing == Framing::kAny) {
+      Normalise(static_cast<pb::Any&>(*message));
     }
     WriteFrame(Serialize(*message), options_.framing, output_);
   }
