@@ -4,14 +4,14 @@
 #include <google/protobuf/timestamp.pb.h>
 #include <qmsg/config.pb.h>
 #include <qmsg/jobqueue.pb.h>
-#include <qmsg/monitor.pb.h>
 #include <qmsg/quorphp.pb.h>
 #include <qmsg/tarq.pb.h>
 
 #include <algorithm>
-#include <map>
 #include <tuple>
 #include <unordered_map>
+
+#include "schema/conventions.h"
 
 namespace qmsg {
 namespace {
@@ -19,18 +19,8 @@ namespace {
 namespace pb = google::protobuf;
 namespace Config = quor::protobuf::Config;
 namespace JQ = quor::protobuf::JQ;
-namespace Monitor = quor::protobuf::Monitor;
 namespace QuorPHP = quor::protobuf::QuorPHP;
 namespace Tarq = quor::protobuf::Tarq;
-
-constexpr int kNoMember = 0;
-
-// A field that says which member of a oneof is set: by its value, the member's number.
-struct TypeTag {
-  const pb::FieldDescriptor* tag;
-  const pb::OneofDescriptor* members;
-  std::map<int, int> goes_with;
-};
 
 // A repeated field whose elements have keys; which of these, the element says by what it sets.
 struct KeyedList {
@@ -54,50 +44,8 @@ struct Time {
   bool same_sign;
 };
 
-struct ContentLength {
-  const pb::FieldDescriptor* length;
-  const pb::FieldDescriptor* data;
-};
-
 const pb::FieldDescriptor* Field(const pb::Descriptor* type, int number) {
   return type->FindFieldByNumber(number);
-}
-
-template <typename Message>
-TypeTag MakeTypeTag(int tag, std::map<int, int> goes_with) {
-  // All have one oneof.
-  return {Field(Message::descriptor(), tag), Message::descriptor()->oneof_decl(0),
-          std::move(goes_with)};
-}
-
-std::vector<TypeTag> TypeTags() {
-  using Config::Value;
-  using Monitor::Event;
-  using QuorPHP::QVal;
-  return {MakeTypeTag<QVal>(QVal::kValueTypeFieldNumber,
-                            {{QVal::UNDEF, kNoMember},
-                             {QVal::NUL, kNoMember},
-                             {QVal::BOOL, QVal::kBoolValueFieldNumber},
-                             {QVal::STRING, QVal::kStringValueFieldNumber},
-                             {QVal::INTEGER, QVal::kIntValueFieldNumber},
-                             {QVal::DOUBLE, QVal::kDoubleValueFieldNumber},
-                             {QVal::JSON, QVal::kJsonValueFieldNumber},
-                             {QVal::TIMESTAMP, QVal::kTmValueFieldNumber}}),
-          MakeTypeTag<Value>(Value::kValueTypeFieldNumber,
-                             {{Value::NONE, kNoMember},
-                              {Value::BOOL, Value::kBoolValueFieldNumber},
-                              {Value::INT, Value::kIntValueFieldNumber},
-                              {Value::UINT, Value::kUintValueFieldNumber},
-                              {Value::DOUBLE, Value::kDoubleValueFieldNumber},
-                              {Value::STRING, Value::kStringValueFieldNumber},
-                              {Value::JSON, Value::kJsonValueFieldNumber}}),
-          MakeTypeTag<Event>(Event::kEventTypeFieldNumber,
-                             {{Event::SlowFunctionExecution, Event::kExecTimeFieldNumber},
-                              {Event::FunctionError, kNoMember},
-                              {Event::SlowRequestExecution, Event::kExecTimeFieldNumber},
-                              {Event::HighMemoryUsage, Event::kMemoryUsageBytesFieldNumber},
-                              {Event::PhpError, Event::kPhpErrorFieldNumber},
-                              {Event::CustomEvent, Event::kCustomFieldNumber}})};
 }
 
 KeyedList MakeKeyedList(const pb::Descriptor* type, const char* elements,
@@ -136,38 +84,26 @@ std::vector<Time> Times() {
            true}};
 }
 
-std::vector<ContentLength> ContentLengths() {
-  const pb::Descriptor* body = Tarq::RawPostData::descriptor();
-  return {{Field(body, Tarq::RawPostData::kContentLengthFieldNumber),
-           Field(body, Tarq::RawPostData::kDataFieldNumber)}};
-}
-
 // What is to be judged in a message of one type.
 struct Conventions {
   std::vector<const pb::FieldDescriptor*> enums;
   const TypeTag* tag = nullptr;
   const KeyedList* list = nullptr;
   const Time* time = nullptr;
-  const ContentLength* content = nullptr;
+  const LengthOf* content = nullptr;
 };
 
 class Book {
  public:
   Book() {
-    for (const TypeTag& tag : tags_) {
-      pages_[tag.tag->containing_type()].tag = &tag;
-    }
     for (const KeyedList& list : lists_) {
       pages_[list.elements->containing_type()].list = &list;
     }
     for (const Time& time : times_) {
       pages_[time.nanos->containing_type()].time = &time;
     }
-    for (const ContentLength& content : contents_) {
-      pages_[content.length->containing_type()].content = &content;
-    }
     for (auto& [type, page] : pages_) {
-      AddEnums(type, page);
+      Complete(type, page);
     }
   }
 
@@ -177,12 +113,14 @@ class Book {
       return page->second;
     }
     Conventions& added = pages_[type];
-    AddEnums(type, added);
+    Complete(type, added);
     return added;
   }
 
  private:
-  static void AddEnums(const pb::Descriptor* type, Conventions& page) {
+  static void Complete(const pb::Descriptor* type, Conventions& page) {
+    page.tag = TagOf(type);
+    page.content = LengthIn(type);
     for (int i = 0; i < type->field_count(); ++i) {
       if (type->field(i)->type() == pb::FieldDescriptor::TYPE_ENUM) {
         page.enums.push_back(type->field(i));
@@ -190,10 +128,8 @@ class Book {
     }
   }
 
-  const std::vector<TypeTag> tags_ = TypeTags();
   const std::vector<KeyedList> lists_ = KeyedLists();
   const std::vector<Time> times_ = Times();
-  const std::vector<ContentLength> contents_ = ContentLengths();
   std::unordered_map<const pb::Descriptor*, Conventions> pages_;
 };
 
@@ -225,25 +161,27 @@ const pb::FieldDescriptor* MemberSet(const Node& node, const pb::OneofDescriptor
 }
 
 void JudgeTypeTag(const Node& node, const TypeTag& type_tag, Findings& findings) {
-  const Slot& tag = node.at(type_tag.tag);
-  const auto rule = type_tag.goes_with.find(EnumValue(tag));
-  if (rule == type_tag.goes_with.end()) {
+  const pb::FieldDescriptor* field = Field(node.type, type_tag.field);
+  const Slot& tag = node.at(field);
+  const int value = EnumValue(tag);
+  if (value < 0 || value >= static_cast<int>(type_tag.members.size())) {
     return;
   }
-  const pb::FieldDescriptor* member = MemberSet(node, type_tag.members);
-  if ((member == nullptr ? kNoMember : member->number()) == rule->second) {
+  const pb::OneofDescriptor* members = node.type->oneof_decl(0);
+  const pb::FieldDescriptor* member = MemberSet(node, members);
+  const int wanted = type_tag.members[static_cast<std::size_t>(value)];
+  if ((member == nullptr ? 0 : member->number()) == wanted) {
     return;
   }
-  const std::string none = "no member of " + type_tag.members->name();
-  const std::string wanted =
-      rule->second == kNoMember ? none : Field(node.type, rule->second)->name();
+  const std::string none = "no member of " + members->name();
   std::size_t begin = node.begin;
   if (tag.present || member != nullptr) {
     begin = tag.present ? tag.begin : node.at(member).begin;
   }
-  findings.Add({&rules::kTypeTag, begin, PathTo(node, type_tag.tag),
-                type_tag.tag->enum_type()->FindValueByNumber(rule->first)->name() + " goes with " +
-                    wanted + ", but " + (member == nullptr ? none : member->name()) + " is set"});
+  findings.Add({&rules::kTypeTag, begin, PathTo(node, field),
+                field->enum_type()->FindValueByNumber(value)->name() + " goes with " +
+                    (wanted == 0 ? none : Field(node.type, wanted)->name()) + ", but " +
+                    (member == nullptr ? none : member->name()) + " is set"});
 }
 
 bool SameKey(const Key& one, const Key& other) {
@@ -313,14 +251,16 @@ void JudgeTime(const Node& node, const Time& time, Findings& findings) {
   }
 }
 
-void JudgeContent(const Node& node, const ContentLength& content, Findings& findings) {
-  const Slot& slot = node.at(content.length);
+void JudgeContent(const Node& node, const LengthOf& pair, Findings& findings) {
+  const pb::FieldDescriptor* length_field = Field(node.type, pair.length);
+  const pb::FieldDescriptor* content = Field(node.type, pair.content);
+  const Slot& slot = node.at(length_field);
   const auto length = static_cast<std::int64_t>(slot.number);
-  const std::size_t size = node.at(content.data).text.size();
+  const std::size_t size = node.at(content).text.size();
   // 0 stands for a length that is not given.
   if (length != 0 && length != static_cast<std::int64_t>(size)) {
-    findings.Add({&rules::kContentLength, slot.begin, PathTo(node, content.length),
-                  "it says " + std::to_string(length) + ", but " + content.data->name() + " has " +
+    findings.Add({&rules::kContentLength, slot.begin, PathTo(node, length_field),
+                  "it says " + std::to_string(length) + ", but " + content->name() + " has " +
                       std::to_string(size) + (size == 1 ? " byte" : " bytes")});
   }
 }

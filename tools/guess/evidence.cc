@@ -9,7 +9,7 @@
 #include <cmath>
 #include <cstring>
 
-#include "guess/conventions.h"
+#include "schema/conventions.h"
 #include "io/escape.h"
 #include "wire/faults.h"
 #include "wire/walk.h"

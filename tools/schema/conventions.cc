@@ -1,4 +1,4 @@
-#include "guess/conventions.h"
+#include "schema/conventions.h"
 
 #include <qmsg/config.pb.h>
 #include <qmsg/monitor.pb.h>

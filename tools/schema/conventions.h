@@ -7,10 +7,11 @@
 
 namespace qmsg {
 
-// A type tag: a field whose value says which member of a oneof is set.
+// A type tag: a field whose value says which member of the message's one oneof is set.
 struct TypeTag {
-  int field;                 // number of the tag
-  std::vector<int> members;  // by the tag's value: number of the member; 0: none
+  int field;  // number of the tag
+  std::vector<int>
+      members;  // by the tag's value, for all that are declared: number of the member; 0: none
 };
 
 // The tag of messages of that type; null if they have none.
