@@ -28,4 +28,6 @@ print(f"{qmsg.implementation()}: {query.SerializeToString().hex()}")')" \
 expect_tool() {
   expect_text 'what the tool says of SqlQuery.flags' 'tag 38, varint' \
     "$(qmsg describe SqlQuery.flags)" 'See the rules of qmsg_tools in cmake/Install.cmake.'
+  expect_text 'what the tool says of the library' 'load it loads in a process of its own' \
+    "$(qmsg doctor || true)" 'See where cmake/Install.cmake puts qmsg_probe.'
 }

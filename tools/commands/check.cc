@@ -7,6 +7,7 @@
 #include "check/requests.h"
 #include "commands/commands.h"
 #include "commands/messages.h"
+#include "io/progress.h"
 
 namespace qmsg {
 namespace {
@@ -71,10 +72,12 @@ class Checker {
     Subject subject{&input.name(), 0, 0, type_};
     try {
       FrameReader frames(input, framing_);
+      Progress progress(input, !Output::Standard().IsTerminal());
       for (Frame frame; frames.Next(frame); ++subject.message) {
         subject.offset = frame.offset;
         ++messages_;
         Message(subject, frame.bytes, requests);
+        progress.Update();
       }
       TellIfEmpty(input, framing_);
     } catch (const BrokenStream& error) {

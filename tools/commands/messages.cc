@@ -1,11 +1,11 @@
 #include "commands/messages.h"
 
 #include <google/protobuf/any.pb.h>
-#include <unistd.h>
 
 #include <iostream>
 
 #include "io/escape.h"
+#include "io/output.h"
 #include "io/progress.h"
 #include "schema/schema.h"
 #include "wire/faults.h"
@@ -55,7 +55,7 @@ void Unpack(Received& message) {
 bool VisitFile(const MessageOptions& options, const Descriptor* type, const std::string& path,
                const std::function<void(const Received&)>& visit) {
   MessageReader reader(path, options.form, options.framing, type);
-  Progress progress(reader.input(), options.prints_at_end || isatty(STDOUT_FILENO) != 1);
+  Progress progress(reader.input(), options.prints_at_end || !Output::Standard().IsTerminal());
   bool good = true;
   for (Received message; good || (options.keep_going && !reader.broken());) {
     try {
