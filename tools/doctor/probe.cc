@@ -40,7 +40,7 @@ void Report(std::string line) {
 }
 
 // The probe has one thread.
-std::string Reason() { return dlerror(); }  // NOLINT(concurrency-mt-unsafe)
+std::string Reason() { return dlerror(); }
 
 void Open(const char* path, const std::string& number) {
   Report("opening " + number);

@@ -1,9 +1,11 @@
 #include "io/documents.h"
 
+#include <string_view>
+
 namespace qmsg {
 namespace {
 
-constexpr std::size_t kBlock = 256 * 1024;
+constexpr std::size_t kBlock = std::size_t{256} * 1024;
 
 bool IsSpace(char character) {
   return character == ' ' || (character >= '\t' && character <= '\r');
@@ -72,7 +74,7 @@ bool DocumentReader::NextText(Document& document) {
     document.text += character;
     blank = blank && IsSpace(character);
     if (character == '\n') {
-      if (document.text.compare(line_begin, std::string::npos, kEndOfText) == 0) {
+      if (std::string_view(document.text).substr(line_begin) == kEndOfText) {
         document.text.resize(line_begin);
         return true;
       }

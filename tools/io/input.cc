@@ -15,7 +15,7 @@
 namespace qmsg {
 namespace {
 
-constexpr std::size_t kBlock = 256 * 1024;
+constexpr std::size_t kBlock = std::size_t{256} * 1024;
 
 std::string Reason() { return std::strerror(errno); }
 
@@ -50,7 +50,7 @@ bool IsSpace(char character) {
 }  // namespace
 
 Input::Input(const std::string& path, Form form)
-    : name_(path == "-" ? "standard input" : path), form_(form), descriptor_(STDIN_FILENO) {
+    : name_(path == "-" ? "standard input" : path), form_(form) {
   if (path != "-") {
     descriptor_ = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (descriptor_ < 0) {

@@ -44,7 +44,7 @@ class Input {
 
   std::string name_;
   Form form_;
-  int descriptor_;
+  int descriptor_ = 0;  // standard input
   std::optional<std::uint64_t> file_size_;
   std::uint64_t file_position_ = 0;
   std::uint64_t position_ = 0;

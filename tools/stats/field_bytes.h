@@ -23,8 +23,8 @@ class FieldBytes {
 
   FieldBytes();
   ~FieldBytes();
-  FieldBytes(FieldBytes&&) noexcept;
-  FieldBytes& operator=(FieldBytes&&) noexcept;
+  FieldBytes(FieldBytes&& other) noexcept;
+  FieldBytes& operator=(FieldBytes&& other) noexcept;
 
   // Counts what is a message of that type. Returns false, and has counted nothing, if it is none.
   bool Add(std::string_view bytes, const google::protobuf::Descriptor* type);
