@@ -39,7 +39,6 @@ void Report(std::string line) {
   }
 }
 
-// The probe has one thread.
 std::string Reason() { return dlerror(); }
 
 void Open(const char* path, const std::string& number) {
