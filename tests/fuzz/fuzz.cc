@@ -1,4 +1,5 @@
-// usage: fuzz --type=FULL_NAME [what libFuzzer takes]
+// usage: fuzz --type=FULL_NAME [--tool] [what libFuzzer takes]
+// Checks the library; with --tool instead those parts of the tool that read any bytes.
 // A finding ends the program, and libFuzzer keeps the bytes.
 
 #include <algorithm>
@@ -10,12 +11,14 @@
 #include <string_view>
 
 #include "check.h"
+#include "check_tool.h"
 #include "mutate.h"
 
 namespace {
 
 // Set once at the start, for a callback that takes nothing but bytes.
 fuzz::Subject g_subject;
+bool g_tool = false;
 
 std::string TypeArgument(int argc, char** argv) {
   constexpr std::string_view kOption = "--type=";
@@ -26,6 +29,11 @@ std::string TypeArgument(int argc, char** argv) {
     }
   }
   throw std::runtime_error("--type=FULL_NAME is missing");
+}
+
+bool HasToolArgument(int argc, char** argv) {
+  return std::any_of(argv + 1, argv + argc,
+                     [](const char* argument) { return std::string_view(argument) == "--tool"; });
 }
 
 std::string Bytes(const std::uint8_t* data, std::size_t size) {
@@ -43,6 +51,10 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     // It outlives all messages, those of threads and of exit handlers included.
     static auto& dynamic_types = *new fuzz::DynamicTypes;
     g_subject = fuzz::FindSubject(TypeArgument(*argc, *argv), dynamic_types);
+    g_tool = HasToolArgument(*argc, *argv);
+    if (g_tool) {
+      fuzz::CheckTool(g_subject.compiled->GetDescriptor(), "");
+    }
   } catch (const std::exception& error) {
     std::cerr << "fuzz: " << error.what() << '\n';
     std::exit(EXIT_FAILURE);
@@ -52,7 +64,11 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   try {
-    fuzz::Check(g_subject, Bytes(data, size));
+    if (g_tool) {
+      fuzz::CheckTool(g_subject.compiled->GetDescriptor(), Bytes(data, size));
+    } else {
+      fuzz::Check(g_subject, Bytes(data, size));
+    }
   } catch (const fuzz::Disagreement& disagreement) {
     std::cerr << g_subject.compiled->GetTypeName() << ": " << disagreement.what() << '\n';
     std::abort();

@@ -1,11 +1,12 @@
 """Runs the fuzz program, type by type, and sums up what came of it.
 
-usage: fuzz.py BUILD [TYPE] [SECONDS]
+usage: fuzz.py BUILD [--tool] [TYPE] [SECONDS]
 
 BUILD is a build folder of the preset fuzz. TYPE is a message's full name or its end, such as
 SqlQuery; without it, all are run. SECONDS, 10 if not given, are those of each type. As many types
 run at once as there are processors; --jobs says otherwise. In BUILD, corpora/TYPE holds the inputs
-that were worth keeping, from which the next run starts, and findings/TYPE what failed.
+that were worth keeping, from which the next run starts, and findings/TYPE what failed. With --tool,
+what reads any bytes in the tool is checked instead of the library, and these are in BUILD/tool.
 """
 
 import argparse
@@ -140,23 +141,26 @@ def explanation(log):
 
 
 class Runner:
-    def __init__(self, build, seconds):
+    def __init__(self, build, seconds, tool=False):
         self.build, self.seconds = build, seconds
+        self.kept = build / "tool" if tool else build
+        self.option = ["--tool"] if tool else []
         self.program = build / "tests/fuzz/fuzz"
         self.messages = messages_of((build / "src/generated/qmsg.desc").read_bytes())
 
     def _folder(self, kind, type_name):
-        folder = self.build / kind / type_name
+        folder = self.kept / kind / type_name
         folder.mkdir(parents=True, exist_ok=True)
         return folder
 
     def run(self, type_name):
-        corpus, findings, seed, logs = (self._folder(kind, type_name) for kind in
-                                        ("corpora", "findings", "seeds", "logs"))
+        corpus, findings, logs = (self._folder(kind, type_name) for kind in
+                                  ("corpora", "findings", "logs"))
+        seed = self.build / "seeds" / type_name
         words = logs / "dictionary"
         words.write_text(dictionary(self.messages, type_name))
         inputs_before = len(list(corpus.iterdir()))
-        command = [self.program, f"--type={type_name}", corpus, seed, f"-dict={words}",
+        command = [self.program, f"--type={type_name}", *self.option, corpus, seed, f"-dict={words}",
                    f"-max_total_time={self.seconds}", f"-max_len={LONGEST_INPUT}", "-timeout=10",
                    f"-artifact_prefix={findings}/", "-print_final_stats=1", "-print_funcs=0"]
         environment = {"UBSAN_OPTIONS": "print_stacktrace=1", **os.environ}
@@ -181,14 +185,15 @@ class Runner:
 
     def describe(self, outcome):
         """What went wrong, and how to see it again."""
+        option = "".join(" " + option for option in self.option)
         lines = [f"{outcome.type}: {outcome.failure}"] if outcome.failure else []
         for file in outcome.findings:
             lines += [f"{outcome.type}: a finding, {file}",
-                      f"  see it again:  {self.build}/tests/fuzz/replay {file}",
-                      f"  make it small: {self.program} --type={outcome.type} "
+                      f"  see it again:  {self.build}/tests/fuzz/replay{option} {file}",
+                      f"  make it small: {self.program} --type={outcome.type}{option} "
                       f"-minimize_crash=1 -runs=100000 -exact_artifact_path={file}.small {file}"]
         lines += [f"  | {line}" for line in outcome.said.splitlines()]
-        lines.append(f"  all it said:   {self.build}/logs/{outcome.type}/log")
+        lines.append(f"  all it said:   {self.kept}/logs/{outcome.type}/log")
         return "\n".join(lines)
 
 
@@ -242,8 +247,9 @@ def arguments(given):
     parser = argparse.ArgumentParser(usage=__doc__.strip())
     parser.add_argument("build", type=pathlib.Path)
     parser.add_argument("what", nargs="*", metavar="TYPE or SECONDS")
+    parser.add_argument("--tool", action="store_true")
     parser.add_argument("--jobs", type=int, default=len(os.sched_getaffinity(0)))
-    options = parser.parse_args(given)
+    options = parser.parse_intermixed_args(given)
     options.type, options.seconds, what = None, 10, list(options.what)
     if what and not what[0].isdigit():
         options.type = what.pop(0)
@@ -256,7 +262,7 @@ def arguments(given):
 
 def main(given):
     options = arguments(given)
-    runner = Runner(options.build, options.seconds)
+    runner = Runner(options.build, options.seconds, options.tool)
     types = find_types(runner.messages, options.type)
     seeds.write(options.build / "seeds", types)
     begin, progress, outcomes = time.monotonic(), Progress(len(types)), []

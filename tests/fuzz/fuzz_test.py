@@ -105,6 +105,10 @@ class Arguments(unittest.TestCase):
             with self.subTest(given):
                 options = fuzz.arguments(["build", *given])
                 self.assertEqual((options.type, options.seconds), expected)
+                self.assertFalse(options.tool)
+                options = fuzz.arguments(["build", "--tool", *given])
+                self.assertEqual((options.type, options.seconds), expected)
+                self.assertTrue(options.tool)
 
     def test_that_are_no_seconds_are_refused(self):
         for given in (["Job", "x"], ["Job", "0"], ["3", "Job"], ["Job", "3", "4"], ["0"]):
@@ -127,7 +131,7 @@ class Table(unittest.TestCase):
 class Runs(unittest.TestCase):
     """A program in the place of the real one: what it says and leaves behind is known."""
 
-    def run_with(self, script):
+    def run_with(self, script, *options):
         """Exit status, what was printed and the build folder after a run of QuorPHP.Error."""
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
@@ -139,7 +143,7 @@ class Runs(unittest.TestCase):
         (build / "tests/fuzz/fuzz").chmod(0o755)
         printed = io.StringIO()
         with contextlib.redirect_stdout(printed):
-            status = fuzz.main([str(build), "QuorPHP.Error", "2"])
+            status = fuzz.main([str(build), *options, "QuorPHP.Error", "2"])
         return status, printed.getvalue(), build
 
     GOOD = """
@@ -157,21 +161,25 @@ class Runs(unittest.TestCase):
         self.assertRegex(printed, r"(?m)^QuorPHP.Error +1,234 +617 +34 +2 +0$")
         given = (build / "given").read_text().splitlines()
         self.assertEqual(given[0], "--type=quor.protobuf.QuorPHP.Error")
+        self.assertNotIn("--tool", given)
         self.assertIn("-max_total_time=2", given)
         self.assertTrue(any(pathlib.Path(given[2]).iterdir()), "no seeds")
         words = next(argument for argument in given if argument.startswith("-dict="))
         self.assertIn(r'"\x12"', pathlib.Path(words.partition("=")[2]).read_text())
 
+    FINDING = """
+        echo "quor.protobuf.QuorPHP.Error: Copied" >&2
+        echo "  bytes     none" >&2
+        echo "== 1 == ERROR: libFuzzer: deadly signal" >&2
+        for argument; do case $argument in
+          -artifact_prefix=*) file=${argument#*=}crash-1; echo x >"$file" ;;
+        esac; done
+        echo "artifact_prefix='x'; Test unit written to $file" >&2
+        exit 77
+    """
+
     def test_that_find_something_say_what_and_how_to_see_it_again(self):
-        status, printed, build = self.run_with("""
-            echo "quor.protobuf.QuorPHP.Error: Copied" >&2
-            echo "  bytes     none" >&2
-            echo "== 1 == ERROR: libFuzzer: deadly signal" >&2
-            for argument; do case $argument in
-              -artifact_prefix=*) file=${argument#*=}crash-1; echo x >"$file" ;;
-            esac; done
-            echo "artifact_prefix='x'; Test unit written to $file" >&2
-            exit 77""")
+        status, printed, build = self.run_with(self.FINDING)
         self.assertTrue(status)
         file = build / "findings/quor.protobuf.QuorPHP.Error/crash-1"
         self.assertIn(f"quor.protobuf.QuorPHP.Error: a finding, {file}\n", printed)
@@ -179,6 +187,22 @@ class Runs(unittest.TestCase):
         self.assertIn("  | quor.protobuf.QuorPHP.Error: Copied\n  |   bytes     none\n  all",
                       printed)
         self.assertRegex(printed, r"(?m)^QuorPHP.Error .* 1$")
+
+    def test_of_the_tool_say_so_to_both_programs_and_keep_what_they_find_apart(self):
+        status, printed, build = self.run_with(
+            """printf '%s\\n' "$@" >"${0%/*}/given"\n""" + self.FINDING, "--tool")
+        self.assertTrue(status)
+        kept = build / "tool"
+        name = "quor.protobuf.QuorPHP.Error"
+        given = (build / "tests/fuzz/given").read_text().splitlines()
+        self.assertEqual(given[:4], [f"--type={name}", "--tool", str(kept / "corpora" / name),
+                                     str(build / "seeds" / name)])
+        self.assertTrue(any((build / "seeds" / name).iterdir()), "no seeds")
+        file = kept / "findings" / name / "crash-1"
+        self.assertIn(f"{build}/tests/fuzz/replay --tool {file}\n", printed)
+        self.assertIn(f"{build}/tests/fuzz/fuzz --type={name} --tool -minimize_crash=1", printed)
+        self.assertIn(f"{kept}/logs/{name}/log", printed)
+        self.assertFalse((build / "corpora").exists())
 
     def test_that_end_without_an_input_are_a_failure(self):
         status, printed, _ = self.run_with("echo 'no such library' >&2; exit 127")

@@ -1,5 +1,6 @@
-// usage: replay PATH...
-// Checks each file, and those below each folder. A file's type is the name of its folder:
+// usage: replay [--tool] PATH...
+// Checks the library, or the tool, with each file and those below each folder. A file's type is the
+// name of its folder:
 // .../quor.protobuf.JQ.Job/anything
 
 #include <cstdlib>
@@ -14,6 +15,7 @@
 #include <vector>
 
 #include "check.h"
+#include "check_tool.h"
 
 namespace {
 
@@ -45,7 +47,7 @@ std::string Content(const fs::path& file) {
 }
 
 // Returns the number of findings.
-int Replay(const std::vector<fs::path>& paths) {
+int Replay(bool tool, const std::vector<fs::path>& paths) {
   fuzz::DynamicTypes dynamic_types;
   std::map<std::string, fuzz::Subject> subjects;
   int inputs = 0;
@@ -57,7 +59,12 @@ int Replay(const std::vector<fs::path>& paths) {
         subjects.emplace(type, fuzz::FindSubject(type, dynamic_types));
       }
       try {
-        fuzz::Check(subjects.at(type), Content(file));
+        const fuzz::Subject& subject = subjects.at(type);
+        if (tool) {
+          fuzz::CheckTool(subject.compiled->GetDescriptor(), Content(file));
+        } else {
+          fuzz::Check(subject, Content(file));
+        }
       } catch (const fuzz::Disagreement& disagreement) {
         std::cout << file.string() << ": " << disagreement.what() << '\n';
         ++findings;
@@ -74,10 +81,12 @@ int Replay(const std::vector<fs::path>& paths) {
 
 int main(int argc, char** argv) {
   try {
-    if (argc < 2) {
-      throw std::invalid_argument("usage: replay PATH...");
+    const bool tool = argc > 1 && std::string(argv[1]) == "--tool";
+    const int first = tool ? 2 : 1;
+    if (argc <= first) {
+      throw std::invalid_argument("usage: replay [--tool] PATH...");
     }
-    return Replay({argv + 1, argv + argc}) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+    return Replay(tool, {argv + first, argv + argc}) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
   } catch (const std::exception& error) {
     std::cerr << "replay: " << error.what() << '\n';
     return EXIT_FAILURE;

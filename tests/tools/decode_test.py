@@ -129,6 +129,9 @@ class BadMessage(tool.ToolTest):
             (b"\x12\x00", "the google.protobuf.Any names no type; is the framing right?"),
             (tool.in_any("quor.Nothing", b""),
              "the type 'type.googleapis.com/quor.Nothing' is none of the schema's"),
+            # The runtime has it.
+            (tool.in_any("google.protobuf.Struct", b""),
+             "the type 'type.googleapis.com/google.protobuf.Struct' is none of the schema's"),
         ]
         for message, expected in cases:
             with self.subTest(expected):

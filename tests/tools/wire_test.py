@@ -333,6 +333,12 @@ class Streams(Views):
                  6  08 01                        field 1 (varint): 1
             """, "--framing", "any", faults=1)
 
+    def test_messages_of_types_that_only_the_runtime_has(self):
+        # Its field 2 lacks two fields that are required.
+        url = b"/google.protobuf.UninterpretedOption".hex()
+        _, output, _ = view(f"2a 0a 24 {url} 12 02 12 00", "--framing", "any")
+        self.assertIn("<- the type it names,", output)
+
     def test_of_nothing(self):
         status, output, errors = view("", "--framing", "delimited")
         self.assertEqual((0, 1), (status, output.count("\n")))
@@ -386,6 +392,15 @@ class AllBytes(unittest.TestCase):
             data = b"\x0a" + reference.varint(len(data)) + data
         self.check(data)
         self.check(b"\x0b" * 300 + b"\x0c" * 300)
+
+    def test_of_anys_nested_beyond_every_limit(self):
+        head = reference.length_delimited(b"/google.protobuf.Any")
+        parts, size = [], 0
+        for _ in range(20_000):
+            parts.append(b"\x0a" + head + b"\x12" + reference.varint(size))
+            size += len(parts[-1])
+        parts.append(reference.varint(size))
+        self.check(b"".join(reversed(parts)), "--framing", "any")
 
     def test_of_what_follows_a_length_that_is_none(self):
         self.check(b"\xff" * 200_000, "--framing", "delimited")

@@ -8,6 +8,7 @@
 #include "commands/commands.h"
 #include "commands/messages.h"
 #include "io/progress.h"
+#include "schema/schema.h"
 
 namespace qmsg {
 namespace {

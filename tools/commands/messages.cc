@@ -191,11 +191,6 @@ Error NoMessage(const Received& received) {
                                   FirstFault(received.bytes, received.type, received.offset)};
 }
 
-const Descriptor* TypeOf(std::string_view url) {
-  return google::protobuf::DescriptorPool::generated_pool()->FindMessageTypeByName(
-      std::string(url.substr(url.rfind('/') + 1)));
-}
-
 void TellIfEmpty(const Input& input, Framing framing) {
   if (input.position() == 0) {
     std::cerr << "qmsg: '" << input.name() << "' is empty: "

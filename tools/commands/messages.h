@@ -93,9 +93,6 @@ std::unique_ptr<google::protobuf::Message> Parse(const Received& received);
 // That these bytes are no message of their type, and why.
 Error NoMessage(const Received& received);
 
-// The type that the URL in a google.protobuf.Any names; null if it is none of the schema's.
-const google::protobuf::Descriptor* TypeOf(std::string_view url);
-
 // Says on standard error if there was nothing to read.
 void TellIfEmpty(const Input& input, Framing framing);
 

@@ -9,8 +9,8 @@
 #include <cmath>
 #include <cstring>
 
-#include "schema/conventions.h"
 #include "io/escape.h"
+#include "schema/conventions.h"
 #include "wire/faults.h"
 #include "wire/walk.h"
 

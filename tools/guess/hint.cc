@@ -39,8 +39,7 @@ bool AreAnys(const std::vector<std::string_view>& frames) {
   return std::all_of(frames.begin(), frames.end(), [](std::string_view frame) {
     pb::Any any;
     return any.ParseFromArray(frame.data(), static_cast<int>(frame.size())) &&
-           pb::DescriptorPool::generated_pool()->FindMessageTypeByName(
-               any.type_url().substr(any.type_url().rfind('/') + 1)) != nullptr;
+           TypeOf(any.type_url()) != nullptr;
   });
 }
 

@@ -1,6 +1,9 @@
 #include "schema/schema.h"
 
+#include <google/protobuf/any.pb.h>
 #include <google/protobuf/descriptor.pb.h>
+#include <google/protobuf/duration.pb.h>
+#include <google/protobuf/timestamp.pb.h>
 #include <qmsg/codetrace.pb.h>
 #include <qmsg/config.pb.h>
 #include <qmsg/jobqueue.pb.h>
@@ -8,6 +11,8 @@
 #include <qmsg/monitor.pb.h>
 #include <qmsg/quorphp.pb.h>
 #include <qmsg/tarq.pb.h>
+
+#include <algorithm>
 
 namespace qmsg {
 namespace pb = google::protobuf;
@@ -42,6 +47,18 @@ std::vector<const pb::Descriptor*> SchemaMessages() {
     }
   }
   return messages;
+}
+
+const pb::Descriptor* TypeOf(std::string_view url) {
+  const pb::Descriptor* type = pb::DescriptorPool::generated_pool()->FindMessageTypeByName(
+      std::string(url.substr(url.rfind('/') + 1)));
+  if (type == nullptr || type == pb::Timestamp::descriptor() ||
+      type == pb::Duration::descriptor() || type == pb::Any::descriptor()) {
+    return type;
+  }
+  const std::vector<const pb::FileDescriptor*> files = SchemaFiles();
+  const bool is_own = std::find(files.begin(), files.end(), type->file()) != files.end();
+  return is_own && !type->options().map_entry() ? type : nullptr;
 }
 
 std::unique_ptr<pb::Message> NewMessage(const pb::Descriptor* type) {

@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace qmsg {
@@ -20,6 +21,10 @@ std::vector<const google::protobuf::Descriptor*> SchemaMessages();
 // runtime. Names are given in full, or by as much of their end as is unambiguous: "SqlQuery",
 // "Tarq.Error". Throws Error that lists what comes nearest.
 const google::protobuf::Descriptor* FindMessage(const std::string& name);
+
+// The message that the URL in a google.protobuf.Any names: its full name behind the last slash.
+// Null if it is none of those that FindMessage finds, even if the runtime has it.
+const google::protobuf::Descriptor* TypeOf(std::string_view url);
 
 // An empty message of that type.
 std::unique_ptr<google::protobuf::Message> NewMessage(const google::protobuf::Descriptor* type);

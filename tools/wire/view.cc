@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "io/escape.h"
+#include "schema/schema.h"
 #include "wire/looks.h"
 #include "wire/values.h"
 #include "wire/walk.h"
@@ -19,13 +20,13 @@ namespace {
 namespace pb = google::protobuf;
 using Look = Piece::Look;
 
-// Messages in values of which nothing is declared are looked for down to here.
+// Messages in values are shown as such down to here.
 constexpr std::size_t kMaxLevel = 100;
 
-// The type that an Any names, by the last of its fields for that, as for a parser.
-class TypeInAny : public Visitor {
+// The URL of the type that an Any names, by the last of its fields for that, as for a parser.
+class UrlInAny : public Visitor {
  public:
-  explicit TypeInAny(std::string_view bytes) : bytes_(bytes) {
+  explicit UrlInAny(std::string_view bytes) : bytes_(bytes) {
     Walk(bytes, pb::Any::descriptor(), *this);
   }
 
@@ -35,11 +36,6 @@ class TypeInAny : public Visitor {
     }
   }
 
-  // Null if it is none of those that are linked in.
-  const pb::Descriptor* type() const {
-    return pb::DescriptorPool::generated_pool()->FindMessageTypeByName(
-        std::string(url_.substr(url_.rfind('/') + 1)));
-  }
   const std::string_view& url() const { return url_; }
 
  private:
@@ -201,6 +197,10 @@ class View : public Visitor {
   }
 
   void Inside(std::string_view content, const pb::Descriptor* type) {
+    if (Level() >= kMaxLevel) {
+      Content(content, Level() + 1, HexLines::Beside::kNothing);
+      return;
+    }
     faults_ += ViewMessage(content, type, base_ + cursor_, Level() + 1, lines_);
     cursor_ += content.size();
   }
@@ -221,8 +221,8 @@ class View : public Visitor {
   }
 
   void ResolveAny() {
-    const TypeInAny any(bytes_);
-    in_any_ = any.type();
+    const UrlInAny any(bytes_);
+    in_any_ = TypeOf(any.url());
     if (in_any_ == nullptr) {
       ++faults_;
       lines_.Field(0, {}, Level(),
