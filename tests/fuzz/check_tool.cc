@@ -318,12 +318,9 @@ void CheckAll(const Descriptor* type, const std::string& bytes) {
 
 constexpr char kHexDigits[] = "0123456789abcdef";
 
-std::string Digits(std::uint64_t number, std::size_t least) {
-  std::string digits;
-  for (; number > 0 || digits.size() < least; number /= 16) {
-    digits.insert(digits.begin(), kHexDigits[number % 16]);
-  }
-  return digits;
+std::string Digits(std::uint64_t number, std::size_t width) {
+  const std::string digits = std::to_string(number);
+  return std::string(width - std::min(width, digits.size()), ' ') + digits;
 }
 
 std::string HexOf(char byte) {
@@ -354,7 +351,7 @@ void CheckLine(std::string_view line) {
 }
 
 void CheckView(std::string_view view, std::string_view bytes, std::uint64_t base, Shown shown) {
-  constexpr std::size_t kLeastDigits = 6;
+  constexpr std::size_t kWidth = 6;  // of an offset, at least
   std::size_t next = 0;
   bool gap = false;
   while (!view.empty()) {
@@ -364,20 +361,20 @@ void CheckView(std::string_view view, std::string_view bytes, std::uint64_t base
     view.remove_prefix(end + 1);
     CheckLine(line);
     const std::string_view whole = line;
-    if (line.empty() || line.front() == ' ') {
-      Expect(line.size() > kLeastDigits && line.find_first_not_of(' ') > kLeastDigits &&
-                 line.back() != ' ',
+    const std::size_t first = line.find_first_not_of(' ');
+    if (first >= kWidth) {
+      Expect(first != std::string_view::npos && line.back() != ' ',
              "A line without bytes is none: '", whole, "'");
       continue;
     }
-    const std::string digits(line.substr(0, line.find(' ')));
     if (gap) {
-      const std::uint64_t offset = std::strtoull(digits.c_str(), nullptr, 16);
+      const std::string digits(line.substr(first));
+      const std::uint64_t offset = std::strtoull(digits.c_str(), nullptr, 10);
       Expect(offset > base + next && offset < base + bytes.size(),
              "Not behind what was left out: '", whole, "'");
       next = static_cast<std::size_t>(offset - base);
     }
-    Expect(Take(line, Digits(base + next, kLeastDigits)), "Another offset than that of byte ", next,
+    Expect(Take(line, Digits(base + next, kWidth)), "Another offset than that of byte ", next,
            ": '", whole, "'");
     gap = false;
     std::size_t count = 0;

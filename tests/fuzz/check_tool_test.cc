@@ -32,7 +32,7 @@ class ViewTest : public ::testing::TestWithParam<View> {};
 TEST_P(ViewTest, IsJudged) {
   std::string verdict = "agreed";
   try {
-    CheckView(GetParam().text, kBytes, 0xffffe, GetParam().shown);
+    CheckView(GetParam().text, kBytes, 999998, GetParam().shown);
   } catch (const Disagreement& disagreement) {
     verdict = disagreement.what();
     verdict = verdict.substr(0, verdict.find(": '"));
@@ -49,36 +49,36 @@ std::string NameOf(const ::testing::TestParamInfo<View>& info) {
 INSTANTIATE_TEST_SUITE_P(
     Each, ViewTest,
     ::testing::Values(
-        View{"all bytes", Shown::kAll, "0ffffe  0a 01 61  a: 0a\n         b\n100001  10 05\n",
+        View{"all bytes", Shown::kAll, "999998  0a 01 61  a: 0a\n         b\n1000001  10 05\n",
              "agreed"},
-        View{"no byte at the end", Shown::kAll, "0ffffe  0a 01 61  a\n100001  10\n",
+        View{"no byte at the end", Shown::kAll, "999998  0a 01 61  a\n1000001  10\n",
              "The view ends with byte 4 of 5"},
-        View{"no byte in between", Shown::kAll, "0ffffe  0a 01  a\n100001  10 05\n",
+        View{"no byte in between", Shown::kAll, "999998  0a 01  a\n1000001  10 05\n",
              "Another offset than that of byte 2"},
-        View{"a byte too many", Shown::kAll, "0ffffe  0a 01 61 10 05 00  a\n",
+        View{"a byte too many", Shown::kAll, "999998  0a 01 61 10 05 00  a\n",
              "Another byte than byte 5"},
-        View{"another byte", Shown::kAll, "0ffffe  0a 01 62 10 05  a\n",
+        View{"another byte", Shown::kAll, "999998  0a 01 62 10 05  a\n",
              "Another byte than byte 2"},
-        View{"bytes twice", Shown::kAll, "0ffffe  0a 01 61 10 05\n100001  10 05\n",
+        View{"bytes twice", Shown::kAll, "999998  0a 01 61 10 05\n1000001  10 05\n",
              "Another offset than that of byte 5"},
-        View{"another offset", Shown::kAll, "0fffff  0a 01 61 10 05\n",
+        View{"another offset", Shown::kAll, "999999  0a 01 61 10 05\n",
              "Another offset than that of byte 0"},
-        View{"no bytes in a line", Shown::kAll, "0ffffe  0a 01 61 10 05\n100003\n",
+        View{"no bytes in a line", Shown::kAll, "999998  0a 01 61 10 05\n1000003\n",
              "Another byte than byte 5"},
-        View{"a line that is text", Shown::kAll, "  a\n0ffffe  0a 01 61 10 05\n",
+        View{"a line that is text", Shown::kAll, "  a\n999998  0a 01 61 10 05\n",
+             "Another offset than that of byte 0"},
+        View{"spaces at the end", Shown::kAll, "999998  0a 01 61 10 05\n          \n",
              "A line without bytes is none"},
-        View{"spaces at the end", Shown::kAll, "0ffffe  0a 01 61 10 05\n          \n",
-             "A line without bytes is none"},
-        View{"bytes left out at the end", Shown::kBeginnings, "0ffffe  0a 01 ..  a\n", "agreed"},
+        View{"bytes left out at the end", Shown::kBeginnings, "999998  0a 01 ..  a\n", "agreed"},
         View{"bytes left out in between", Shown::kBeginnings,
-             "0ffffe  0a 01 ..  a\n100001  10 05  b\n", "agreed"},
-        View{"bytes left out of all", Shown::kAll, "0ffffe  0a 01 ..  a\n100001  10 05  b\n",
+             "999998  0a 01 ..  a\n1000001  10 05  b\n", "agreed"},
+        View{"bytes left out of all", Shown::kAll, "999998  0a 01 ..  a\n1000001  10 05  b\n",
              "Another byte than byte 2"},
         View{"bytes left out in silence", Shown::kBeginnings,
-             "0ffffe  0a 01  a\n100001  10 05  b\n", "Another offset than that of byte 2"},
-        View{"no bytes left out", Shown::kBeginnings, "0ffffe  0a 01 ..  a\n100000  61 10 05  b\n",
+             "999998  0a 01  a\n1000001  10 05  b\n", "Another offset than that of byte 2"},
+        View{"no bytes left out", Shown::kBeginnings, "999998  0a 01 ..  a\n1000000  61 10 05  b\n",
              "Not behind what was left out"},
-        View{"bytes behind the end", Shown::kBeginnings, "0ffffe  0a 01 ..  a\n100003  00  b\n",
+        View{"bytes behind the end", Shown::kBeginnings, "999998  0a 01 ..  a\n1000003  00  b\n",
              "Not behind what was left out"}),
     NameOf);
 

@@ -9,7 +9,7 @@ stage() { # FOLDER CMAKE_ARGUMENT...
   cmake -S "$QMSG_SOURCE" -B "$folder" -DBUILD_TESTING=OFF -DQMSG_BUILD_EXAMPLES=OFF \
     "-DCMAKE_BUILD_TYPE=$QMSG_BUILD_TYPE" "$@"
   cp -a "$QMSG_BUILD"/src/{generated,libqmsg.so*} "$folder/src"
-  [[ ! -d $folder/tools ]] || cp -a "$QMSG_BUILD"/tools/{pages,qmsg} "$folder/tools"
+  [[ ! -d $folder/tools ]] || cp -a "$QMSG_BUILD"/tools/{pages,qmsg,qmsg-probe} "$folder/tools"
 }
 
 # Lists the files below a folder, and where the links among them lead.
