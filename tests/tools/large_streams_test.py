@@ -54,6 +54,10 @@ class Memory(tool.ToolTest):
         found = json.loads(output.read_text())["types"][0]
         self.assertEqual((messages, messages * len(MESSAGE)), (found["messages"], found["bytes"]))
 
+    def test_of_check_on_more_than_a_gigabyte(self):
+        output, _ = self.check(1_100_000_000, "check")
+        self.assertEqual("", output.read_text())
+
     def test_of_decode_to_text(self):
         output, messages = self.check(100_000_000, "decode", "--to", "text", "--compact")
         with open(output, "rb") as lines:
