@@ -22,7 +22,6 @@ class Effort:
         self.allocator_rounds = 3 if quick else 11
         self.starts = 11 if quick else 101
         self.peer_rounds, self.peer_seconds = (1, 0.05) if quick else (3, 0.2)
-        self.tool_rounds, self.tool_bytes = (1, 2_000_000) if quick else (5, 16_000_000)
         self.tool_rounds, self.tool_bytes = (1, 2_000_000) if quick else (7, 64_000_000)
 
 
