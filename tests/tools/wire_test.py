@@ -198,8 +198,7 @@ class Fields(Views):
             offset  bytes                    quor.protobuf.Login.Login, 7 bytes
                  0  0a 03                    hostname (1, string): 3 bytes
                  2  41 ff 42                   "A\\xffB"
-                                               <- at 000003: byte 0xff is no valid UTF-8
-                                                   there
+                                               <- at 3: byte 0xff is no valid UTF-8 there
                  5  0a 00                    hostname (1, string): 0 bytes
             """, "--type", "Login.Login", faults=1)
 

@@ -4,8 +4,6 @@
 #include <google/protobuf/io/coded_stream.h>
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <vector>
 
 #include "io/escape.h"
@@ -101,7 +99,7 @@ class View : public Visitor {
     if (fault.kind == Fault::Kind::kUtf8) {
       lines_.Field(
           0, {}, Level() + 1,
-          {{"<- at " + HexOffset(base_ + fault.offset) + ": " + fault.reason, Look::kFault}});
+          {{"<- at " + std::to_string(base_ + fault.offset) + ": " + fault.reason, Look::kFault}});
       return;
     }
     const Piece reason{" <- " + fault.reason, Look::kFault};
@@ -152,12 +150,6 @@ class View : public Visitor {
 
   std::size_t Level() const { return level_ + levels_.size() - 1; }
   std::size_t End() const { return levels_.back().end; }
-
-  static std::string HexOffset(std::uint64_t offset) {
-    std::array<char, 24> digits{};
-    std::snprintf(digits.data(), digits.size(), "%06llx", static_cast<unsigned long long>(offset));
-    return digits.data();
-  }
 
   // The field's name, type, and what is odd about it.
   std::vector<Piece> Names(const Occurrence& at) const {
