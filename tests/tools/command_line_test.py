@@ -122,6 +122,7 @@ class Forms(tool.ToolTest):
             ("hex", b"2a0", BAD_DATA, "'standard input' ends in the middle of a byte"),
             ("hex", b"\x00", BAD_DATA, "line 1, column 1: byte 0x00 is not a hexadecimal digit"),
             ("base64", b"Kg=*", BAD_DATA, "line 1, column 4: '*' is not white space after the end of base64"),
+            ("base64", b"Kg==Kg", BAD_DATA, "line 1, column 5: 'K' is not white space after the end of base64"),
             ("base64", b"K", BAD_DATA, "ends in the middle of a byte of base64"),
             ("base64", b"Kg\xff=", BAD_DATA, "line 1, column 3: byte 0xff is not base64"),
         ]

@@ -1,5 +1,6 @@
 """Bytes become JSON and text, and what is wrong with them is told with its place."""
 
+import resource
 import unittest
 
 import tool
@@ -120,8 +121,11 @@ class BadMessage(tool.ToolTest):
 
     def test_of_a_long_length_takes_no_memory_before_there_are_bytes(self):
         given = b"\xff\xff\xff\xff\x07" + b"x"  # 2^31 - 1
-        self.assertIn("its length is 2147483647 bytes, but the input has only 1 left",
-                      self.decode(given=given).errors)
+        run = self.run_tool(
+            "decode", "--type", "SqlQuery", "--framing", "delimited", given=given, code=BAD_DATA,
+            preexec_fn=None if tool.SANITIZED else lambda: resource.setrlimit(
+                resource.RLIMIT_AS, (1 << 30, 1 << 30)))
+        self.assertIn("its length is 2147483647 bytes, but the input has only 1 left", run.errors)
 
     def test_that_is_no_any_or_of_no_type_of_the_schema_is_told(self):
         cases = [
