@@ -16,7 +16,7 @@ import vectors
 
 PROTOC = [os.environ["QMSG_PROTOC"], "--proto_path=" + os.environ["QMSG_PROTO"],
           *sorted(os.listdir(os.environ["QMSG_PROTO"]))]
-RANDOM_MESSAGES = 300 if tool.SANITIZED else 3000
+RANDOM_MESSAGES = 3000
 
 
 def by_type(messages):

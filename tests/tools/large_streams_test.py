@@ -39,14 +39,11 @@ class Memory(tool.ToolTest):
         return self.folder / "output", blocks * 16, usage.ru_maxrss * 1024
 
     def check(self, size, *arguments):
-        if tool.SANITIZED:
-            size //= 100
         output, messages, peak = self.run_on(size, arguments[0], "--type", "SqlQueries",
                                              "--framing", "delimited", *arguments[1:])
         print(f"{arguments[0]}: {messages} messages, {size / 1e9:.2f} GB, "
               f"peak {peak / MEGABYTE:.1f} MiB")
-        if not tool.SANITIZED:
-            self.assertLess(peak, 48 * MEGABYTE)
+        self.assertLess(peak, 48 * MEGABYTE)
         return output, messages
 
     def test_of_stats_on_more_than_a_gigabyte(self):
