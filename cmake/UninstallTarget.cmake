@@ -9,7 +9,8 @@ set(qmsg_destinations
   "${qmsg_package_dir}"
   "${qmsg_data_dir}/proto")
 if(TARGET qmsg_cli)
-  list(APPEND qmsg_destinations "${CMAKE_INSTALL_BINDIR}" "${qmsg_man_dir}"
+  list(APPEND qmsg_destinations "${CMAKE_INSTALL_BINDIR}" "${CMAKE_INSTALL_LIBEXECDIR}/qmsg"
+    "${qmsg_man_dir}"
     "${qmsg_bash_completion_dir}" "${qmsg_fish_completion_dir}" "${QMSG_ZSH_COMPLETION_DIR}")
 endif()
 
