@@ -2,7 +2,6 @@
 
 import os
 import pathlib
-import pty
 import re
 import select
 import shlex
@@ -154,7 +153,7 @@ class Zsh(Shell, unittest.TestCase):
         prepare = self.folder / "prepare"
         prepare.write_text(self.PREPARE % {"folder": shlex.quote(str(self.folder))},
                            encoding="ascii")
-        ours, its = pty.openpty()
+        ours, its = tool.open_terminal()
         with subprocess.Popen(["zsh", "-f", "-i"], stdin=its, stdout=its, stderr=its,
                               env=self.environment, cwd=self.folder,
                               start_new_session=True) as shell:

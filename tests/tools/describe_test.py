@@ -2,7 +2,6 @@
 
 import json
 import os
-import pty
 import subprocess
 import unittest
 
@@ -321,7 +320,7 @@ class CommandLine(unittest.TestCase):
 
     def test_names_are_bold_on_a_terminal_that_wants_colour(self):
         def on_terminal(**environment):
-            ours, its = pty.openpty()
+            ours, its = tool.open_terminal()
             subprocess.run([tool.PROGRAM, "describe", "SqlError"], stdout=its, check=True,
                            env={**os.environ, **environment})
             os.close(its)

@@ -3,7 +3,6 @@
 import json
 import os
 import pathlib
-import pty
 import random
 import shutil
 import subprocess
@@ -127,7 +126,7 @@ class SoundInstallation(Doctor):
 
     def test_has_colours_on_a_terminal_only_if_they_are_welcome(self):
         for no_colour, wanted in (("", True), ("1", False)):
-            leader, follower = pty.openpty()
+            leader, follower = tool.open_terminal()
             subprocess.run([tool.PROGRAM, "doctor", "--python", self.python], stdout=follower, check=True,
                            timeout=60, env={**os.environ, "NO_COLOR": no_colour})
             os.close(follower)

@@ -1,7 +1,6 @@
 """What people see: the tool on a terminal."""
 
 import os
-import pty
 import subprocess
 import unittest
 
@@ -12,7 +11,7 @@ from tool import SELECT_1
 class Terminal(tool.ToolTest):
     def run_on_terminal(self, *arguments, stdin=subprocess.DEVNULL, only_errors=False):
         """Returns exit code and what the terminal shows."""
-        controller, terminal = pty.openpty()
+        controller, terminal = tool.open_terminal()
         process = subprocess.Popen(
             [tool.PROGRAM, *arguments], cwd=self.folder, stderr=terminal,
             stdin=terminal if stdin == "terminal" else stdin,

@@ -2,6 +2,7 @@
 
 import os
 import pathlib
+import pty
 import subprocess
 import tempfile
 import unittest
@@ -51,6 +52,14 @@ class ToolTest(unittest.TestCase):
     def file(self, name, content):
         (self.folder / name).write_bytes(content)
         return name
+
+
+def open_terminal():
+    """The two ends of a terminal; where the system has none, the test is skipped."""
+    try:
+        return pty.openpty()
+    except OSError as error:
+        raise unittest.SkipTest(f"no terminals here: {error}") from error
 
 
 def varint(number):

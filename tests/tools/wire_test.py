@@ -3,13 +3,13 @@
 import itertools
 import os
 import pathlib
-import pty
 import random
 import subprocess
 import sys
 import textwrap
 import unittest
 
+import tool
 from tool import PROGRAM, qmsg
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "interchange"))
@@ -422,13 +422,13 @@ class Terminal(unittest.TestCase):
 
     def seen(self, **environment):
         """What a terminal gets for a message with a fault."""
-        leader, follower = pty.openpty()
+        leader, follower = tool.open_terminal()
         with subprocess.Popen([PROGRAM, "wire", "--type", "Result"], stdin=subprocess.PIPE,
                               stdout=follower, stderr=subprocess.DEVNULL,
-                              env={**os.environ, "NO_COLOR": "", **environment}) as tool:
-            tool.stdin.write(b"\x08")
-            tool.stdin.close()
-            tool.wait(60)
+                              env={**os.environ, "NO_COLOR": "", **environment}) as process:
+            process.stdin.write(b"\x08")
+            process.stdin.close()
+            process.wait(60)
         os.close(follower)
         output = os.read(leader, 65536).decode().replace("\r\n", "\n")
         os.close(leader)
