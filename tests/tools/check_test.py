@@ -9,7 +9,7 @@ import sys
 import tempfile
 import unittest
 
-from tool import PROGRAM
+from tool import PROGRAM, delimited as framed
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "tests/interchange"))
@@ -31,10 +31,6 @@ def varint(number):
         digits.append(number & 127 | 128)
         number >>= 7
     return bytes([*digits, number])
-
-
-def framed(*messages):
-    return b"".join(varint(len(message)) + message for message in messages)
 
 
 def tagged(number, content):

@@ -11,8 +11,8 @@ std::string Quote(const std::string& text) {
   return quoted + "'";
 }
 
-// `text` with a backslash before each of `characters`, which part a specification.
-std::string Escape(const std::string& text, const std::string& characters) {
+// `text` with a backslash before each of `characters`.
+std::string Backslash(const std::string& text, const std::string& characters) {
   std::string escaped;
   for (const char character : text) {
     escaped += characters.find(character) == std::string::npos ? "" : "\\";
@@ -35,30 +35,30 @@ std::string Action(const OptionFacts& option) {
   return option.type == "FILE" ? "_files" : " ";
 }
 
-std::string Specifications(const CommandFacts& command) {
+// What _arguments takes: a word for each option and argument.
+std::string ArgumentWords(const CommandFacts& command) {
   std::string text;
   for (const OptionFacts& option : command.options) {
     for (const std::string& name : option.names) {
-      std::string specification =
-          option.names.size() == 1 ? "" : "(" + Join(option.names, " ") + ")";
+      std::string word = option.names.size() == 1 ? "" : "(" + Join(option.names, " ") + ")";
       if (option.repeated) {
-        specification = "*";
+        word = "*";
       }
-      specification += name;
+      word += name;
       if (!option.type.empty()) {
-        specification += name.rfind("--", 0) == 0 ? "=" : "+";
+        word += name.rfind("--", 0) == 0 ? "=" : "+";
       }
-      specification += "[" + Escape(option.description, "[]\\") + "]";
+      word += "[" + Backslash(option.description, "[]\\") + "]";
       if (!option.type.empty()) {
-        specification += ":" + Escape(option.type, ":\\") + ":" + Action(option);
+        word += ":" + Backslash(option.type, ":\\") + ":" + Action(option);
       }
-      text += " \\\n        " + Quote(specification);
+      text += " \\\n        " + Quote(word);
     }
   }
   for (std::size_t i = 0; i < command.arguments.size(); ++i) {
     const OptionFacts& argument = command.arguments[i];
     text += " \\\n        " + Quote((argument.repeated ? "*" : std::to_string(i + 1)) + ":" +
-                                    Escape(argument.type, ":\\") + ":" + Action(argument));
+                                    Backslash(argument.type, ":\\") + ":" + Action(argument));
   }
   return text;
 }
@@ -70,7 +70,7 @@ std::string ZshCompletion(const CompletionInput& input) {
   std::string cases;
   for (const CommandFacts& command : input.commands) {
     commands += "        " + Quote(command.name + ":" + command.description) + "\n";
-    cases += "      " + command.name + ") _arguments" + Specifications(command) + " ;;\n";
+    cases += "      " + command.name + ") _arguments" + ArgumentWords(command) + " ;;\n";
   }
   return R"(#compdef qmsg
 # Completes command lines of qmsg in zsh. Made by `qmsg completion zsh`.
@@ -89,7 +89,7 @@ _qmsg() {
   local curcontext=$curcontext state line
   typeset -A opt_args
   _arguments -C)" +
-         Specifications(input.tool) + R"( \
+         ArgumentWords(input.tool) + R"( \
         '1:command:->command' '*::argument:->argument' && return
   case $state in
     command)
