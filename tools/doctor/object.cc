@@ -26,12 +26,17 @@ const std::vector<SchemaFile>& KnownSchemaFiles() {
   return files;
 }
 
+namespace {
+
+// The one of that name; null if there is none.
 const SchemaFile* FindKnownSchemaFile(const std::string& name) {
   const auto& files = KnownSchemaFiles();
   const auto found = std::find_if(files.begin(), files.end(),
                                   [&name](const SchemaFile& file) { return file.name == name; });
   return found == files.end() ? nullptr : &*found;
 }
+
+}  // namespace
 
 bool Object::Needs(const std::string& soname) const {
   return std::find(elf.needed.begin(), elf.needed.end(), soname) != elf.needed.end();

@@ -18,9 +18,6 @@ struct SchemaFile {
 // The schema files as this tool knows them.
 const std::vector<SchemaFile>& KnownSchemaFiles();
 
-// The one of that name; null if there is none.
-const SchemaFile* FindKnownSchemaFile(const std::string& name);
-
 struct Carried {
   EmbeddedFile file;
   bool known;  // it is, byte by byte, the schema file of that name

@@ -13,6 +13,21 @@ constexpr auto kPatience = std::chrono::seconds(1);
 constexpr auto kPeriod = std::chrono::milliseconds(200);
 constexpr unsigned kCallsPerLook = 64;  // a look at the clock costs as much as a small message
 
+// "1.2 GB", "17 bytes".
+std::string HumanBytes(std::uint64_t bytes) {
+  constexpr std::array<const char*, 5> kUnits{"bytes", "kB", "MB", "GB", "TB"};
+  auto value = static_cast<double>(bytes);
+  std::size_t unit = 0;
+  while (value >= 999.5 && unit + 1 < kUnits.size()) {
+    value /= 1000;
+    ++unit;
+  }
+  std::array<char, 32> text{};
+  std::snprintf(text.data(), text.size(), unit > 0 && value < 99.95 ? "%.1f %s" : "%.0f %s", value,
+                kUnits[unit]);
+  return text.data();
+}
+
 }  // namespace
 
 Progress::Progress(const Input& input, bool wanted)
@@ -55,20 +70,6 @@ void Progress::Hide() {
     std::cerr << "\r\x1b[K" << std::flush;
     shown_ = false;
   }
-}
-
-std::string HumanBytes(std::uint64_t bytes) {
-  constexpr std::array<const char*, 5> kUnits{"bytes", "kB", "MB", "GB", "TB"};
-  auto value = static_cast<double>(bytes);
-  std::size_t unit = 0;
-  while (value >= 999.5 && unit + 1 < kUnits.size()) {
-    value /= 1000;
-    ++unit;
-  }
-  std::array<char, 32> text{};
-  std::snprintf(text.data(), text.size(), unit > 0 && value < 99.95 ? "%.1f %s" : "%.0f %s", value,
-                kUnits[unit]);
-  return text.data();
 }
 
 }  // namespace qmsg

@@ -37,7 +37,4 @@ class Progress {
   Clock::time_point next_;
 };
 
-// "1.2 GB", "17 bytes".
-std::string HumanBytes(std::uint64_t bytes);
-
 }  // namespace qmsg
