@@ -15,6 +15,14 @@ set(QMSG_ZSH_COMPLETION_DIR "${CMAKE_INSTALL_DATADIR}/zsh/site-functions" CACHE 
 
 if(PROJECT_IS_TOP_LEVEL)
   include(cmake/UninstallTarget.cmake)
+
+  # With the folders of the source tree, since the pages link to each other.
+  install(FILES CHANGELOG.md README.md SECURITY.md DESTINATION "${CMAKE_INSTALL_DOCDIR}"
+    COMPONENT qmsg_development)
+  install(DIRECTORY docs DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT qmsg_development
+    PATTERN docs/reference EXCLUDE PATTERN docs/site EXCLUDE)
+  install(DIRECTORY examples/quickstart DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples"
+    COMPONENT qmsg_development)
 endif()
 
 install(TARGETS qmsg EXPORT qmsgTargets

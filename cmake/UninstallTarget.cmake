@@ -7,11 +7,16 @@ set(qmsg_destinations
   "${CMAKE_INSTALL_INCLUDEDIR}/qmsg"
   "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
   "${qmsg_package_dir}"
-  "${qmsg_data_dir}/proto")
+  "${qmsg_data_dir}/proto"
+  "${CMAKE_INSTALL_DOCDIR}/docs/performance"
+  "${CMAKE_INSTALL_DOCDIR}/examples/quickstart")
 if(TARGET qmsg_cli)
   list(APPEND qmsg_destinations "${CMAKE_INSTALL_BINDIR}" "${CMAKE_INSTALL_LIBEXECDIR}/qmsg"
     "${qmsg_man_dir}"
     "${qmsg_bash_completion_dir}" "${qmsg_fish_completion_dir}" "${QMSG_ZSH_COMPLETION_DIR}")
+endif()
+if(QMSG_BUILD_DOCS)
+  list(APPEND qmsg_destinations "${CMAKE_INSTALL_DOCDIR}/reference")
 endif()
 
 install(CODE "set(FOLDERS [[${qmsg_folder_record}]])\nset(DESTINATIONS [[${qmsg_destinations}]])")

@@ -7,9 +7,8 @@ here=$(dirname "$0")
 
 configuration=${QMSG_BUILD_TYPE,,}
 difference=$(diff \
-  <(sed "s|^LIBDIR|$QMSG_LIBDIR|; s|CONFIG|${configuration:-noconfig}|;
-    s|^ZSHDIR|share/zsh/site-functions|" "$here/manifest.txt" |
-    LC_ALL=C sort) \
+  <(manifest_lines "$QMSG_SOURCE" "$QMSG_LIBDIR" "${configuration:-noconfig}" \
+    share/zsh/site-functions share/doc/qmsg <"$here/manifest.txt") \
   <(installed_files "$QMSG_PREFIX") |
   grep '^[<>]' | sed 's/^</  missing:/; s/^>/  extra:  /') || true
 

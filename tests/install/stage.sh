@@ -16,3 +16,16 @@ stage() { # FOLDER CMAKE_ARGUMENT...
 installed_files() { # FOLDER
   find "$1" -type l -printf '%P -> %l\n' -o -type f -printf '%P\n' | LC_ALL=C sort
 }
+
+# The files that a manifest names, for these folders. The pages are those of the source tree.
+manifest_lines() { # SOURCE LIBDIR CONFIGURATION ZSHDIR DOCDIR <MANIFEST
+  local line
+  while IFS= read -r line; do
+    if [[ $line == DOCDIR/PAGES ]]; then
+      (cd "$1" && find docs -path docs/reference -prune -o -path docs/site -prune -o \
+        -type f -printf 'DOCDIR/%p\n')
+    else
+      printf '%s\n' "$line"
+    fi
+  done | sed "s|^LIBDIR|$2|; s|CONFIG|$3|; s|^ZSHDIR|$4|; s|^DOCDIR|$5|" | LC_ALL=C sort
+}

@@ -1,0 +1,86 @@
+"""A small example of each message, from the golden vectors that were written by hand."""
+
+import dataclasses
+import json
+import pathlib
+import sys
+
+import elements
+import wire
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "tests/interchange"))
+import vectors  # noqa: E402
+
+MOST_BYTES = 72
+
+
+@dataclasses.dataclass
+class Part:
+    """One field of an example on the wire; `head` is its tag, and its length if it has one."""
+    field: elements.Field
+    head: bytes
+    value: bytes
+
+
+@dataclasses.dataclass
+class Example:
+    name: str
+    data: bytes
+    json: str
+    parts: list
+
+
+def choose(model):
+    """{full name of a message: Example}, where the vectors have one that fits on a few lines."""
+    messages = {message.full_name: message for message in model.messages}
+    best = {}
+    for case in filter(_can_be_shown, vectors.load_by_hand()):
+        parts = _parts(messages[case.type], case.bytes) if case.type in messages else None
+        if parts:
+            shown = len({part.field.number for part in parts})
+            rank = -shown, len(case.bytes)
+            if case.type not in best or rank < best[case.type][0]:
+                best[case.type] = rank, Example(case.name, case.bytes, _indented(case), parts)
+    return {name: example for name, (_, example) in best.items()}
+
+
+def _can_be_shown(case):
+    return case.json not in (None, vectors.NO_JSON) and case.writes == case.bytes and (
+        0 < len(case.bytes) <= MOST_BYTES)
+
+
+def _indented(case):
+    return json.dumps(json.loads(case.json_text), indent=2, ensure_ascii=False)
+
+
+def _parts(message, data):
+    """The fields of the bytes in order; None if they have one that is not declared."""
+    fields = {field.number: field for field in message.fields}
+    parts, at = [], 0
+    while at < len(data):
+        start = at
+        tag, at = _varint(data, at)
+        field = fields.get(tag >> 3)
+        if field is None or wire.varint(tag) != field.tag:
+            return None
+        head = at
+        if field.wire_type == "varint":
+            _, at = _varint(data, at)
+        elif field.wire_type == "length-delimited":
+            length, head = _varint(data, at)
+            at = head + length
+        else:
+            at += 8 if field.wire_type == "fixed64" else 4
+        parts.append(Part(field, data[start:head], data[head:at]))
+    return parts
+
+
+def _varint(data, at):
+    number = shift = 0
+    while True:
+        byte = data[at]
+        number |= (byte & 0x7F) << shift
+        at, shift = at + 1, shift + 7
+        if byte < 0x80:
+            return number, at
