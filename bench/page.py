@@ -42,10 +42,7 @@ BOUNDS = """\
   packaged it read 1.02 times as fast (1.00 to 1.04, by workload) and built and wrote as before
   (0.98 to 1.02), with 16 % less code. The packages do without it.
 
-```sh
-valgrind --tool=callgrind build/bench/bench/bench_rival --benchmark_filter='^build/SqlQueries$'
-```
-
+`valgrind --tool=callgrind build/bench/bench/bench_rival --benchmark_filter='^build/SqlQueries$'`
 counts the instructions by library.
 """
 
