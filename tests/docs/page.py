@@ -96,8 +96,8 @@ class Session:
     def shown(self, console):
         """The block as a terminal shows it now. The status of one command is $? of the next."""
         commands = COMMAND.findall(console)
-        script = "".join(f"(exit $status)\n{command}\nstatus=$?; printf '\\0'\n".replace("\n> ", "\n")
-                         for command in commands)
+        script = "".join(f"(exit $status)\n{command}\nstatus=$?; printf '\\0'\n"
+                         for command in commands).replace("\n> ", "\n")
         *printed, self.status = self._bash(
             "-c", f"status={self.status.strip()}\n{script}echo $status").stdout.split("\0")
         return "".join(f"$ {command}\n{output}"

@@ -12,7 +12,8 @@ import unittest
 
 import page
 
-# What a test of its own runs or compares: blocks of a language or, in quotation marks, of a section.
+# What a test of its own runs or compares: blocks of a language or, in quotation marks, of a
+# section.
 HELD_BY = {
     ("README", '"From a package"'): "../package/installed.sh",
     ("README", '"From source"'): "readme_commands.sh",
