@@ -21,8 +21,8 @@ expect_nothing() { # WHEN
       grep --invert-match 'unknown ok not-installed$')" 'Purge each package that is installed here.'
 }
 
-remove() {
-  apt-get purge --yes --quiet --quiet --autoremove '^libqmsg' '^python3-qmsg' '^qmsg-'
+remove() { # PACKAGE...
+  apt-get purge --yes --quiet --quiet --autoremove "$@"
 }
 
 expect_nothing 'before the installation'
@@ -31,7 +31,7 @@ expect_text 'what the commands of README.md print' "$(quickstart_output)" "$outp
   'See "From a package" there.'
 expect_text 'what the commands of README.md print' 'tag 50, varint' "$output" \
   'See "From a package" there.'
-remove
+remove libqmsg1 libqmsg-dev qmsg-tools
 expect_nothing 'after the commands of README.md'
 
 install ./build/package/python3-qmsg_*.deb
@@ -48,5 +48,5 @@ expect_tool
 install man-db bash-completion zsh fish
 expect_help
 
-remove
+remove libqmsg1 libqmsg-dev qmsg-tools python3-qmsg
 expect_nothing 'after the removal'
