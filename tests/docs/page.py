@@ -65,6 +65,7 @@ class Session:
         self.environment = {
             **os.environ,
             "BENCHMARK_MIN_TIME": "0.001",
+            "CMAKE_GENERATOR": "Ninja",
             "CMAKE_PREFIX_PATH": str(prefix),
             "HOME": str(home),
             "LC_ALL": "C.UTF-8",
