@@ -5,7 +5,6 @@
 #include <cstddef>
 
 // There if the address sanitizer is, whose allocator the C library knows nothing of.
-// NOLINTNEXTLINE(bugprone-reserved-identifier): the name is given
 extern "C" std::size_t __sanitizer_get_current_allocated_bytes() __attribute__((weak));
 
 namespace embedding {
