@@ -6,10 +6,10 @@ import pathlib
 import sys
 
 import elements
-import wire
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "tests/interchange"))
+import reference  # noqa: E402
 import vectors  # noqa: E402
 
 MOST_BYTES = 72
@@ -57,30 +57,20 @@ def _indented(case):
 def _parts(message, data):
     """The fields of the bytes in order; None if they have one that is not declared."""
     fields = {field.number: field for field in message.fields}
-    parts, at = [], 0
-    while at < len(data):
-        start = at
-        tag, at = _varint(data, at)
-        field = fields.get(tag >> 3)
-        if field is None or wire.varint(tag) != field.tag:
+    reader, parts = reference.Reader(data), []
+    while not reader.done():
+        start = reader.position
+        field = fields.get(reader.tag()[0])
+        if field is None or data[start:reader.position] != field.tag:
             return None
-        head = at
+        head = reader.position
         if field.wire_type == "varint":
-            _, at = _varint(data, at)
+            reader.varint()
         elif field.wire_type == "length-delimited":
-            length, head = _varint(data, at)
-            at = head + length
+            length = reader.varint()
+            head = reader.position
+            reader.take(length)
         else:
-            at += 8 if field.wire_type == "fixed64" else 4
-        parts.append(Part(field, data[start:head], data[head:at]))
+            reader.take(8 if field.wire_type == "fixed64" else 4)
+        parts.append(Part(field, data[start:head], data[head:reader.position]))
     return parts
-
-
-def _varint(data, at):
-    number = shift = 0
-    while True:
-        byte = data[at]
-        number |= (byte & 0x7F) << shift
-        at, shift = at + 1, shift + 7
-        if byte < 0x80:
-            return number, at

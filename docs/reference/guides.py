@@ -105,8 +105,8 @@ def _headings(body, tokens):
             walk(entry["children"])
 
     walk(tokens)
-    places = [body.index(f'id="{entry["id"]}"') for entry in flat] + [len(body)]
-    for entry, start, end in zip(flat, places, places[1:]):
+    places = [body.rindex("<", 0, body.index(f'id="{entry["id"]}"')) for entry in flat]
+    for entry, start, end in zip(flat, places, [*places[1:], len(body)], strict=True):
         under = _plain(body[start:end].partition("</h")[2].partition(">")[2])
         yield entry["level"], html.unescape(entry["name"]), entry["id"], " ".join(under.split())
 

@@ -322,6 +322,13 @@ class Site(unittest.TestCase):
         text = guides._captions("```cpp main.cc\nint a;\n```\n")
         self.assertEqual(text, '<p class="caption">main.cc</p>\n\n```cpp\nint a;\n```\n')
 
+    def test_a_search_finds_the_text_between_two_headings(self):
+        tokens = [{"id": "a", "level": 1, "name": "A", "children": [
+            {"id": "b", "level": 2, "name": "B", "children": []}]}]
+        body = '<h1 id="a">A</h1><p>one</p><h2 id="b">B</h2><p>two &lt;h2</p>'
+        self.assertEqual(list(guides._headings(body, tokens)),
+                         [(1, "A", "a", "one"), (2, "B", "b", "two <h2")])
+
 
 class Picture(unittest.TestCase):
     def test_shows_which_message_holds_which(self):
