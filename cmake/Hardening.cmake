@@ -11,6 +11,14 @@ if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
   target_compile_options(qmsg_hardening INTERFACE
     "$<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
 endif()
+
+# The rest is ELF's. Windows has every large stack frame touch its pages, and the linker for it marks
+# the DLL by itself: no executable stack or data, any address.
+if(WIN32)
+  target_link_libraries(qmsg_hardening INTERFACE -l:libssp.a) # checks of the stack; no DLL for it
+  return()
+endif()
+
 # Each serves one family of processors: indirect jumps end at marked places only, and a large stack
 # frame touches every page on its way.
 cmake_push_check_state()

@@ -26,7 +26,8 @@ if(PROJECT_IS_TOP_LEVEL)
 endif()
 
 install(TARGETS qmsg EXPORT qmsgTargets
-  LIBRARY COMPONENT qmsg_runtime NAMELINK_COMPONENT qmsg_development)
+  LIBRARY COMPONENT qmsg_runtime NAMELINK_COMPONENT qmsg_development
+  RUNTIME COMPONENT qmsg_runtime ARCHIVE COMPONENT qmsg_development)
 install(DIRECTORY "${PROJECT_BINARY_DIR}/src/generated/qmsg"
   DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT qmsg_development
   FILES_MATCHING PATTERN "*.pb.h")
@@ -53,6 +54,10 @@ foreach(folder INCLUDEDIR LIBDIR DATADIR)
   file(RELATIVE_PATH qmsg_pc_${folder}
     "${CMAKE_INSTALL_PREFIX}" "${CMAKE_INSTALL_FULL_${folder}}")
 endforeach()
+set(qmsg_pc_definitions "")
+if(WIN32)
+  set(qmsg_pc_definitions " -DPROTOBUF_USE_DLLS")
+endif()
 configure_file(cmake/qmsg.pc.in "${PROJECT_BINARY_DIR}/qmsg.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/qmsg.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
   COMPONENT qmsg_development)

@@ -24,11 +24,16 @@ endif()
 string(REPLACE "." "\\." qmsg_protobuf_line_regex "^${qmsg_protobuf_line}.")
 if(NOT qmsg_protoc_version MATCHES "${qmsg_protobuf_line_regex}"
     OR NOT qmsg_runtime_version MATCHES "${qmsg_protobuf_line_regex}")
+  set(qmsg_advice "On Debian 12: apt-get install protobuf-compiler libprotobuf-dev")
+  if(WIN32)
+    string(APPEND qmsg_advice "\nThe runtime for Windows: cmake/windows/protobuf.sh makes one, and "
+      "prints the folder to set CMAKE_PREFIX_PATH to.")
+  endif()
   message(FATAL_ERROR
     "qmsg needs the protobuf compiler and runtime of release line ${qmsg_protobuf_line}.\n"
     "  compiler: ${qmsg_protoc_version} (${Protobuf_PROTOC_EXECUTABLE})\n"
     "  runtime:  ${qmsg_runtime_version} (${Protobuf_INCLUDE_DIR}, ${Protobuf_LIBRARY})\n"
-    "On Debian 12: apt-get install protobuf-compiler libprotobuf-dev\n"
+    "${qmsg_advice}\n"
     "If they are installed elsewhere, set Protobuf_PROTOC_EXECUTABLE, Protobuf_INCLUDE_DIR and "
     "Protobuf_LIBRARY.")
 endif()

@@ -1,0 +1,2 @@
+
+#pragma pop_macro("ERROR")
