@@ -3,12 +3,12 @@
 // By the Itanium ABI an object begins with a pointer to its class's table of functions, where the
 // destructor takes two slots: one that destroys, one that also frees.
 
-#include <dlfcn.h>
 #include <google/protobuf/descriptor.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
 
+#include "loaded_library.h"
 #include "prototypes.h"
 
 namespace contract {
@@ -109,27 +109,6 @@ const void* const* TableOf(const Message& message) {
   return table;
 }
 
-// The library that holds an address, through which its names and those of the libraries that it
-// needs can be looked up.
-void* LibraryWith(const void* address) {
-  Dl_info info;
-  return dladdr(address, &info) != 0 ? dlopen(info.dli_fname, RTLD_LAZY | RTLD_NOLOAD) : nullptr;
-}
-
-std::string NameAt(const void* address) {
-  Dl_info info;
-  return dladdr(address, &info) != 0 && info.dli_sname != nullptr ? info.dli_sname : "";
-}
-
-// The library has its own copy of a function that is inline in the runtime's headers, and does not
-// export it.
-void ExpectUnnamedCopy(const void* function, void* library) {
-  EXPECT_EQ(NameAt(function), "");
-  void* const home = LibraryWith(function);
-  EXPECT_EQ(home, library);
-  dlclose(home);
-}
-
 TEST(VirtualFunctions, HaveTheirSlotsInEachClass) {
   const void* const* const first_table = TableOf(*Prototypes().front());
   for (const Message* prototype : Prototypes()) {
@@ -142,16 +121,16 @@ TEST(VirtualFunctions, HaveTheirSlotsInEachClass) {
       const std::string expected = MangledName(slot, *prototype);
       SCOPED_TRACE(prototype->GetTypeName() + ", slot " + std::to_string(index) + ": " + expected);
       if (slot.owner == Owner::kMessageLiteInline) {
+        // The library's own copy of a function that is inline in the runtime's headers.
         EXPECT_EQ(table[index], first_table[index]);
-        ExpectUnnamedCopy(table[index], library);
+        EXPECT_EQ(LibraryWith(table[index]), library);
       } else {
-        const void* const function = dlsym(library, expected.c_str());
+        const void* const function = FindFunction(library, expected.c_str());
         ASSERT_NE(function, nullptr);
-        EXPECT_EQ(table[index], function) << "It holds " << NameAt(table[index]);
+        EXPECT_EQ(Destination(table[index]), function);
       }
       ++index;
     }
-    dlclose(library);
   }
 }
 

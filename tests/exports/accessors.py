@@ -8,10 +8,11 @@ that are templates (the setters of singular strings) are not symbols and not lis
 
 import pathlib
 import re
-import subprocess
 import sys
 
 from google.protobuf import descriptor_pb2
+
+from symbols import exported, readable
 
 FieldType = descriptor_pb2.FieldDescriptorProto
 
@@ -83,18 +84,15 @@ def expected(path):
                 yield from members(message, scope, map_entries)
 
 
-def exported(library):
-    run = subprocess.run(
-        ["nm", "--dynamic", "--defined-only", "--demangle", "--format=just-symbols", library],
-        check=True, capture_output=True, text=True)
-    return {re.sub(r"(\[abi:cxx11\])?(\(.*)?$", "", line) for line in run.stdout.splitlines()}
+def exported_members(library):
+    return {re.sub(r"(\[abi:cxx11\])?(\(.*)?$", "", name) for name in readable(exported(library))}
 
 
 def main():
     if len(sys.argv) != 3:
         sys.exit(__doc__)
     wanted = set(expected(sys.argv[2]))
-    missing = sorted(wanted - exported(sys.argv[1]))
+    missing = sorted(wanted - exported_members(sys.argv[1]))
     for name in missing:
         print(f"missing: {name}")
     print(f"{len(wanted)} member names called for, {len(missing)} missing")

@@ -1,22 +1,25 @@
 """Compares what libqmsg exports with what its headers declare, name by name, both ways.
 
 Usage: surface.py LIBRARY HEADER_DIR [EXCUSED]
+       surface.py DLL HEADER_DIR CLANG_ARGUMENT...
 
 The expected names are read from the generated headers with libclang: every member function and
 static data member of every message class, default instances, arena factories, descriptor tables,
 table structs and enum functions. Type information of the message classes may stand beside them.
 EXCUSED is a file of patterns over the readable names that may be missing; one that excuses
-nothing is reported, so that the file cannot outlive its reasons.
+nothing is reported, so that the file cannot outlive its reasons. For a DLL, the arguments tell
+libclang for which system the headers are read, and where that system's headers are.
 """
 
 import collections
 import ctypes
 import fnmatch
 import pathlib
-import subprocess
 import sys
 
 from clang import cindex
+
+from symbols import exported, readable
 
 FUNCTIONS = {
     cindex.CursorKind.CXX_METHOD,
@@ -54,14 +57,14 @@ def manglings(cursor):
     return {text(strings.strings[i]) for i in range(strings.count)}
 
 
-def parse(header_dir):
+def parse(header_dir, arguments):
     headers = sorted(pathlib.Path(header_dir).glob("*.pb.h"))
     if len(headers) != 7:
         sys.exit(f"expected the seven generated headers in {header_dir}, found {len(headers)}")
     source = "".join(f'#include "{header.name}"\n' for header in headers)
     unit = cindex.Index.create().parse(
         "surface.cc",
-        args=["-std=c++17", f"-I{header_dir}", "-DNDEBUG"],
+        args=["-std=c++17", f"-I{header_dir}", "-DNDEBUG", *arguments],
         unsaved_files=[("surface.cc", source)],
     )
     errors = [d for d in unit.diagnostics if d.severity >= cindex.Diagnostic.Error]
@@ -143,20 +146,6 @@ def surface(unit, header_dir):
     return expected, allowed, count
 
 
-def exported(library):
-    run = subprocess.run(
-        ["nm", "--dynamic", "--defined-only", "--format=just-symbols", library],
-        check=True, capture_output=True, text=True)
-    return set(run.stdout.split())
-
-
-def readable(names):
-    """The names as a C++ programmer writes them, sorted by their symbols."""
-    run = subprocess.run(["c++filt"], input="".join(f"{name}\n" for name in sorted(names)),
-                         check=True, capture_output=True, text=True)
-    return run.stdout.splitlines()
-
-
 def excuse(names, path):
     """Those of the names that no pattern of the file excuses, and the patterns without use."""
     lines = pathlib.Path(path).read_text().splitlines() if path else []
@@ -172,14 +161,15 @@ def excuse(names, path):
 
 
 def main():
-    if len(sys.argv) not in (3, 4):
+    if len(sys.argv) < 3:
         sys.exit(__doc__)
-    library, header_dir = sys.argv[1:3]
-    expected, allowed, count = surface(parse(header_dir), header_dir)
+    library, header_dir, *arguments = sys.argv[1:]
+    excused = None if library.endswith(".dll") or not arguments else arguments.pop()
+    expected, allowed, count = surface(parse(header_dir, arguments), header_dir)
     actual = exported(library)
 
     absent = readable(expected - actual)
-    missing, unused = excuse(absent, sys.argv[3] if len(sys.argv) == 4 else None)
+    missing, unused = excuse(absent, excused)
     foreign = readable(actual - expected - allowed)
     wrong_counts = [name for name in FAMILIES if count[name] != FAMILIES[name]]
     for name in missing:
@@ -187,7 +177,7 @@ def main():
     for name in foreign:
         print(f"foreign: {name}")
     for pattern in unused:
-        print(f"excuses nothing, remove it from {sys.argv[3]}: {pattern}")
+        print(f"excuses nothing, remove it from {excused}: {pattern}")
     for name in wrong_counts:
         print(f"{name}: {count[name]} declared instead of {FAMILIES[name]}")
     print(f"{len(expected)} names expected, {len(actual)} exported, {len(missing)} missing, "

@@ -1,10 +1,11 @@
-# Runs PROGRAM with PRELOAD ahead of all other libraries and compares what it prints with EXPECTED.
+# Runs PROGRAM with PRELOAD, if any, ahead of all other libraries and compares what it prints with EXPECTED.
 
 # A sanitizer's runtime wants to be first itself; here it may come second.
 set(ENV{ASAN_OPTIONS} "verify_asan_link_order=0")
 set(ENV{LD_PRELOAD} "${PRELOAD}")
-execute_process(COMMAND "${PROGRAM}"
+execute_process(COMMAND ${PROGRAM}
   OUTPUT_VARIABLE order ERROR_VARIABLE errors RESULT_VARIABLE status)
+string(REPLACE "\r\n" "\n" order "${order}")
 file(READ "${EXPECTED}" expected)
 if(NOT status EQUAL 0 OR NOT order STREQUAL expected)
   message(FATAL_ERROR "The files register in another order than in ${EXPECTED}.\n"

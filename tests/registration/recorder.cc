@@ -1,12 +1,17 @@
 // Loaded ahead of the protobuf runtime, it stands in for the constructor that registers a file,
 // prints what is known at that moment, and hands over to the runtime's own.
 
-#include <dlfcn.h>
 #include <google/protobuf/generated_message_reflection.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <dlfcn.h>
+#endif
 
 using google::protobuf::internal::DescriptorTable;
 
@@ -29,12 +34,20 @@ void Print(const DescriptorTable& table) {
   std::printf("%s\n", table.num_deps == 0 ? " nothing" : "");
 }
 
+auto FindInTheRuntime(const char* name) {
+#ifdef _WIN32
+  return GetProcAddress(GetModuleHandleA("protobuf_runtime.dll"), name);
+#else
+  return dlsym(RTLD_NEXT, name);
+#endif
+}
+
 }  // namespace
 
 google::protobuf::internal::AddDescriptorsRunner::AddDescriptorsRunner(
     const DescriptorTable* table) {
   using Runner = void (*)(AddDescriptorsRunner*, const DescriptorTable*);
-  static const auto runner = reinterpret_cast<Runner>(dlsym(RTLD_NEXT, kRunner));
+  static const auto runner = reinterpret_cast<Runner>(FindInTheRuntime(kRunner));
   if (runner == nullptr) {
     std::fprintf(stderr, "recorder: the protobuf runtime has no %s\n", kRunner);
     std::abort();
