@@ -1,7 +1,9 @@
 #include "doctor/finding.h"
 
 #include <algorithm>
+#include <string_view>
 
+#include "io/escape.h"
 #include "io/json.h"
 
 namespace qmsg::doctor {
@@ -32,14 +34,21 @@ std::string Padded(std::string text, std::size_t width) {
 }
 
 // Paths and what foreign code writes may hold anything; a terminal shall not obey it.
-std::string OneLine(std::string text) {
-  for (char& character : text) {
-    const auto byte = static_cast<unsigned char>(character);
-    if (byte < 0x20 || byte == 0x7f) {
-      character = byte == '\n' || byte == '\t' ? ' ' : '?';
+std::string OneLine(std::string_view text) {
+  std::string line;
+  while (!text.empty()) {
+    const char first = text.front();
+    const Shown one = ShowCharacter(text);
+    if (first == '\n' || first == '\t') {
+      line += ' ';
+    } else if (first == '"' || first == '\\') {
+      line += first;  // nothing to escape from
+    } else {
+      line += one.text;
     }
+    text.remove_prefix(one.size);
   }
-  return text;
+  return line;
 }
 
 }  // namespace
