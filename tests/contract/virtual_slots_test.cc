@@ -8,7 +8,7 @@
 
 #include <cstring>
 
-#include "loaded_library.h"
+#include "../support/loaded_library.h"
 #include "prototypes.h"
 
 namespace contract {

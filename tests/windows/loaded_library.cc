@@ -1,12 +1,19 @@
-#include "loaded_library.h"
+#include "../support/loaded_library.h"
 
 #include <windows.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <initializer_list>
 
-namespace contract {
+void* LoadLibraryFile(const char* file) {
+  const HMODULE library = LoadLibraryA(file);
+  if (library == nullptr) {
+    std::fprintf(stderr, "%s: error %lu\n", file, GetLastError());
+  }
+  return library;
+}
 
 void* LibraryWith(const void* address) {
   HMODULE library = nullptr;
@@ -38,5 +45,3 @@ const void* Destination(const void* function) {
   std::memcpy(&destination, code + sizeof kJump + sizeof offset + offset, sizeof destination);
   return destination;
 }
-
-}  // namespace contract

@@ -2,7 +2,15 @@
 
 #include <dlfcn.h>
 
-namespace contract {
+#include <cstdio>
+
+void* LoadLibraryFile(const char* file) {
+  void* const library = dlopen(file, RTLD_NOW);
+  if (library == nullptr) {
+    std::fprintf(stderr, "%s\n", dlerror());
+  }
+  return library;
+}
 
 void* LibraryWith(const void* address) {
   Dl_info info;
@@ -19,5 +27,3 @@ void* LibraryWith(const void* address) {
 const void* FindFunction(void* library, const char* symbol) { return dlsym(library, symbol); }
 
 const void* Destination(const void* function) { return function; }
-
-}  // namespace contract
