@@ -1,7 +1,11 @@
 # The DLL and its import library, qmsg.dll and libqmsg.dll.a. Included by CMakeLists.txt.
 set_target_properties(qmsg PROPERTIES PREFIX "")
-target_sources(qmsg PRIVATE windows/dll_main.cc)
+enable_language(RC)
+configure_file(windows/version.rc.in qmsg.rc @ONLY)
+target_sources(qmsg PRIVATE windows/dll_main.cc "${CMAKE_CURRENT_BINARY_DIR}/qmsg.rc")
 target_compile_features(qmsg PRIVATE cxx_std_11)
+# The same bytes whenever it is built.
+target_link_options(qmsg PRIVATE LINKER:--no-insert-timestamp)
 
 # The runtime's headers have to know that it is a DLL, in whichever order headers are included.
 target_compile_definitions(qmsg_objects PRIVATE PROTOBUF_USE_DLLS QMSG_BUILDS_DLL)
