@@ -1,5 +1,6 @@
 #include "commands/command_line.h"
 
+#include <CLI/CLI.hpp>
 #include <sstream>
 
 namespace qmsg {

@@ -1,9 +1,12 @@
 // What the command line takes, for those who explain it: the man page and the completions.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
+
+namespace CLI {
+class App;
+}
 
 namespace qmsg {
 

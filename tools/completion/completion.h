@@ -1,11 +1,14 @@
 // Scripts that complete command lines, one for each shell.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
 
 #include "commands/command_line.h"
+
+namespace CLI {
+class App;
+}
 
 namespace qmsg {
 
