@@ -1,4 +1,4 @@
-"""Measures the library against the same messages compiled without its care: ./dev bench"""
+"""Measures the library against the baseline: ./dev bench"""
 
 import argparse
 import json
@@ -36,13 +36,13 @@ def load(path):
     try:
         return json.loads(path.read_text())
     except FileNotFoundError:
-        raise Failure(f"{path} is not there. First: ./dev bench") from None
+        raise Failure(f"{path} does not exist. First: ./dev bench") from None
     except ValueError as error:
-        raise Failure(f"{path} cannot be read: {error}. Anew: ./dev bench") from error
+        raise Failure(f"{path} cannot be read: {error}. Measure again: ./dev bench") from error
 
 
 def write_page(results, folder, command):
-    import charts  # the other commands do without matplotlib
+    import charts  # only this command needs matplotlib
     import page
     (folder / "performance").mkdir(parents=True, exist_ok=True)
     charts.write(results, folder / "performance")
@@ -59,17 +59,18 @@ def regular_expression(text):
 
 def parse_arguments(arguments):
     parser = argparse.ArgumentParser(
-        prog="./dev bench", description="Measures some 15 minutes and writes docs/performance.md "
-        "with its charts. A machine that does nothing else gives the best figures.")
+        prog="./dev bench", description="Measures for about 15 minutes and writes "
+        "docs/performance.md with its charts. Use a machine that does nothing else.")
     parser.add_argument("--quick", action="store_true",
-                        help="some 3 minutes; the page goes to build/bench/performance.md")
+                        help="about 3 minutes; the page goes to build/bench/performance.md")
     choice = parser.add_mutually_exclusive_group()
     choice.add_argument("--filter", metavar="RE", type=regular_expression,
-                        help=f"measure only rows in which RE is found, and print them. {ROWS}.")
+                        help=f"measure only the rows that match RE, and print them. {ROWS}.")
     choice.add_argument("--report-only", action="store_true",
-                        help="write the page again from what was measured last")
+                        help="write the page again from the last results")
     choice.add_argument("--gate", action="store_true",
-                        help="measure nothing; say, with status 1, which targets were missed last")
+                        help="measure nothing; list the targets that the last results miss, "
+                        "and exit with status 1 if there are any")
     parser.add_argument("build", type=pathlib.Path, help=argparse.SUPPRESS)
     return parser.parse_args(arguments)
 
@@ -83,7 +84,7 @@ def main(arguments):
         return 0
     if given.gate:
         lines = gate.missed(load(results_file))
-        print("\n".join(lines) or "All targets are reached.")
+        print("\n".join(lines) or "All targets are met.")
         return 1 if lines else 0
     if not given.report_only:
         results = bench.everything()

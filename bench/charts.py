@@ -21,7 +21,7 @@ matplotlib.rcParams.update({
 from matplotlib import pyplot
 
 OWN, OTHER = "#1b6ca8", "#9aa5b1"
-PEERS_SHOWN = ("parse", "serialise", "json_parse", "json_serialise")
+OPERATIONS_SHOWN = ("parse", "serialise", "json_parse", "json_serialise")
 
 
 def save(figure, path):
@@ -30,7 +30,7 @@ def save(figure, path):
 
 
 def bars(axes, names, values, colours, form):
-    """Lying bars from top to bottom, each with its value behind it."""
+    """Horizontal bars from top to bottom, each followed by its value."""
     positions = range(len(names))
     drawn = axes.barh(positions, values, color=colours, height=0.7)
     axes.set_yticks(positions, names)
@@ -46,8 +46,8 @@ def operations(results, path):
     figure, axes = pyplot.subplots(figsize=(8, 5))
     bars(axes, list(OPERATIONS), ratios, OWN, "{:.2f}".format)
     axes.axvline(1.0, color="black", linewidth=1, zorder=2)
-    axes.set_xlabel("how many times as fast as the rival (geometric mean of six workloads)")
-    axes.set_title("The line at 1 is the rival", loc="left", fontsize=10)
+    axes.set_xlabel("how many times as fast as the baseline (geometric mean of six workloads)")
+    axes.set_title("The line at 1 is the baseline", loc="left", fontsize=10)
     save(figure, path)
 
 
@@ -57,7 +57,7 @@ def growth(results, path):
     figure, all_axes = pyplot.subplots(1, len(found), figsize=(8, 3.8), sharey=True, squeeze=False)
     for axes, operation in zip(all_axes[0], found):
         rows = figures.of_operation(measured["qmsg"], operation)
-        for side, name, colour, marker in (("rival", "rival", OTHER, "s"),
+        for side, name, colour, marker in (("baseline", "baseline", OTHER, "s"),
                                            ("qmsg", "libqmsg", OWN, "o")):
             axes.loglog([sizes[row] for row in rows],
                         [statistics.median(measured[side][row]) / 1e3 for row in rows],
@@ -74,14 +74,15 @@ def growth(results, path):
 def means(results, by_name):
     """(name, geometric mean of MB/s) of those that have all workloads, the fastest first."""
     found = [(name, statistics.geometric_mean(speeds.values()))
-             for name, speeds in page.peer_rows(results, by_name) if set(speeds) >= set(WORKLOADS)]
+             for name, speeds in page.implementation_rows(results, by_name)
+             if set(speeds) >= set(WORKLOADS)]
     return sorted(found, key=lambda entry: -entry[1])
 
 
-def peers(results, path):
+def implementations(results, path):
     shown = {}
-    for operation, by_name in page.peer_operations(results).items():
-        if operation in PEERS_SHOWN:
+    for operation, by_name in page.implementation_operations(results).items():
+        if operation in OPERATIONS_SHOWN:
             own = {"libqmsg": page.own_times(results, operation)}
             if operation == "parse":
                 own["libqmsg, arena"] = page.own_times(results, "parse_arena")
@@ -106,5 +107,5 @@ def peers(results, path):
 def write(results, folder):
     operations(results, folder / "operations.svg")
     growth(results, folder / "growth.svg")
-    if page.peer_operations(results):
-        peers(results, folder / "peers.svg")
+    if page.implementation_operations(results):
+        implementations(results, folder / "implementations.svg")

@@ -1,24 +1,24 @@
-"""What becomes of the times of all rounds."""
+"""Statistics over the times of all rounds."""
 
 import math
 import statistics
 
-# Rows that are measured by bench_qmsg and bench_rival, with what they mean.
+# The operations that bench_qmsg and bench_baseline measure.
 OPERATIONS = {
-    "serialise": "`SerializeToString` into a string that is used again",
-    "serialise_to_array": "`SerializeToArray`, into memory that is there",
-    "parse": "`ParseFromString` into a new message, and its end",
-    "parse_arena": "the same on an arena with a first block of its own",
-    "clear_and_reuse": "`ParseFromString` into a message that was parsed into before",
-    "build": "a new message filled by its setters, and its end",
-    "build_arena": "the same on an arena with a first block of its own",
+    "serialise": "`SerializeToString` into a reused string",
+    "serialise_to_array": "`SerializeToArray` into allocated memory",
+    "parse": "`ParseFromString` into a new message, and its destruction",
+    "parse_arena": "the same on an arena with its own first block",
+    "clear_and_reuse": "`ParseFromString` into a reused message",
+    "build": "a new message filled by its setters, and its destruction",
+    "build_arena": "the same on an arena with its own first block",
     "size": "`ByteSizeLong`",
-    "copy": "a copy, and its end",
+    "copy": "a copy, and its destruction",
     "merge": "`Clear`, then `MergeFrom` another message",
     "json_serialise": "`MessageToJsonString`",
-    "json_parse": "`JsonStringToMessage` into a new message, and its end",
+    "json_parse": "`JsonStringToMessage` into a new message, and its destruction",
     "text_serialise": "`TextFormat::PrintToString`",
-    "text_parse": "`TextFormat::ParseFromString` into a new message, and its end",
+    "text_parse": "`TextFormat::ParseFromString` into a new message, and its destruction",
 }
 WORKLOADS = ("SqlQuery", "SqlQueries", "Functions", "JobList", "Event", "Text")
 
@@ -28,13 +28,13 @@ def operation(row):
 
 
 def ratio(times):
-    """How many times as fast as the rival: the ratio of the medians."""
-    return statistics.median(times["rival"]) / statistics.median(times["qmsg"])
+    """How many times as fast as the baseline: the ratio of the medians."""
+    return statistics.median(times["baseline"]) / statistics.median(times["qmsg"])
 
 
 def spread(times):
-    """Between which ratios the middle half of the rounds lies."""
-    ratios = sorted(slow / fast for slow, fast in zip(times["rival"], times["qmsg"]))
+    """The ratios that bound the middle half of the rounds."""
+    ratios = sorted(slow / fast for slow, fast in zip(times["baseline"], times["qmsg"]))
     if len(ratios) == 1:
         return ratios[0], ratios[0]
     low, _, high = statistics.quantiles(ratios, n=4, method="inclusive")
@@ -76,7 +76,7 @@ def per_second(times):
 
 
 def power(sizes, times):
-    """By which power of the size the time grows, from the smallest to the largest: 1 is linear."""
+    """The power of the size by which the time grows from the smallest to the largest size."""
     low, high = min(sizes), max(sizes)
     growth = times[sizes.index(high)] / times[sizes.index(low)]
     return math.log(growth) / math.log(high / low)

@@ -1,5 +1,5 @@
-// What the first use of reflection costs a process. Prints the nanoseconds that it takes, and the
-// private memory that it adds, in KiB.
+// The cost of the first use of reflection in a process. Prints its nanoseconds and the private
+// memory that it adds, in KiB.
 
 #include <google/protobuf/descriptor.h>
 #include <qmsg/tarq.pb.h>
@@ -11,7 +11,7 @@
 #include "private_memory.h"
 
 int main() try {
-  bench::PrivateDirty();  // takes its own memory the first time
+  bench::PrivateDirty();  // allocates on the first call
   const long memory = bench::PrivateDirty();
   const auto start = std::chrono::steady_clock::now();
   const google::protobuf::Descriptor* const descriptor =

@@ -1,5 +1,5 @@
-// Prints the figures of docs/performance-guide.md: rows in groups, and how the time of each
-// compares with that of the first of its group.
+// Prints the figures of docs/performance-guide.md: rows in groups, and the time of each row as a
+// multiple of the time of the group's first row.
 
 #include "guide.h"
 
@@ -209,7 +209,7 @@ void AddFields() {
       [=](State& state) { Repeat(state, [&] { return SumOfRowsByReflection(queries) == sum; }); });
 }
 
-// From a list to another and back, so that there is always something to move.
+// From one list to another and back, so that there is always something to move.
 void MoveToAndFro(State& state, Tarq::SqlQueries* from, Tarq::SqlQueries* to) {
   bench::Fill(*from);
   const int size = from->queries_size();
@@ -245,13 +245,13 @@ void AddHandingOver() {
     bench::Fill(*from);
     Repeat(state, [&] {
       Tarq::SqlQueries to;
-      to = std::move(*from);  // copies, and so leaves what there was
+      to = std::move(*from);  // copies, so `from` keeps its content
       return to.queries_size() == from->queries_size();
     });
   });
 }
 
-// 1,000 texts of a letter again and again, with as many bytes each.
+// 1,000 texts of one repeated letter, all with the same number of bytes.
 std::string Texts(const std::string& letter, std::size_t bytes) {
   std::string text;
   while (text.size() < bytes) {
@@ -276,8 +276,8 @@ void AddTexts() {
   }
 }
 
-// Keeps the median of a row's repetitions and prints all of them at the end, in the order in which
-// they were added: they are measured in another one.
+// Keeps the median of each row's repetitions. Prints the medians at the end in the order in which
+// the rows were added, which is not the order of measurement.
 class Ratios : public benchmark::BenchmarkReporter {
  public:
   bool ReportContext(const Context& /*context*/) override { return true; }
@@ -336,7 +336,7 @@ int main(int argc, char** argv) {
   AddFields();
   AddHandingOver();
   AddTexts();
-  // The caller's own come later and so take their place.
+  // The caller's arguments come later, so they override these.
   std::string repetitions = "--benchmark_repetitions=9";
   std::string turns = "--benchmark_enable_random_interleaving=true";
   std::vector<char*> arguments = {argv[0], repetitions.data(), turns.data()};

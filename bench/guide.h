@@ -1,4 +1,4 @@
-// The code that docs/performance-guide.md shows: bench_guide measures it, tests/docs test it.
+// The code that docs/performance-guide.md shows. bench_guide measures it, tests/docs test it.
 
 #ifndef BENCH_GUIDE_H_
 #define BENCH_GUIDE_H_
@@ -18,14 +18,14 @@
 
 namespace guide {
 
-// Reads messages on an arena whose first block, of `first_block` bytes, is used for each of them.
+// Reads messages on an arena that reuses its first block of `first_block` bytes.
 template <class M>
 class ArenaReader {
  public:
   explicit ArenaReader(std::size_t first_block)
       : block_(new char[first_block]), arena_(Options(block_.get(), first_block)) {}
 
-  // The message; null for bytes that are refused. It is gone with the next call.
+  // The message, which the next call destroys; null for refused bytes.
   M* Read(const std::string& bytes) {
     arena_.Reset();  // frees all but the first block
     M* message = google::protobuf::Arena::CreateMessage<M>(&arena_);
@@ -45,13 +45,13 @@ class ArenaReader {
   google::protobuf::Arena arena_;
 };
 
-// Reads into one message on the heap, and takes a new one before more than `most` bytes went in.
+// Reads into one message on the heap. Starts a new one before it has read more than `most` bytes.
 template <class M>
 class ReusingReader {
  public:
   explicit ReusingReader(std::size_t most) : most_(most) {}
 
-  // The message; null for bytes that are refused. The next call changes it.
+  // The message, which the next call changes; null for refused bytes.
   M* Read(const std::string& bytes) {
     read_ += bytes.size();
     if (read_ > most_) {
@@ -67,7 +67,7 @@ class ReusingReader {
   M message_;
 };
 
-// Writes messages after their lengths, into room that only grows.
+// Writes each message after its length, into a buffer that only grows.
 class FrameWriter {
  public:
   // The bytes, which the next call overwrites; none for a message of 2 GiB or more.
@@ -91,7 +91,7 @@ class FrameWriter {
   std::string room_;
 };
 
-// Hands statements over. Both lists are on the heap, or on one arena: else each is copied.
+// Moves statements. Both lists are on the heap or on one arena, otherwise each statement is copied.
 inline void MoveQueries(quor::protobuf::Tarq::SqlQueries& from,
                         quor::protobuf::Tarq::SqlQueries& to) {
   to.mutable_queries()->Reserve(to.queries_size() + from.queries_size());

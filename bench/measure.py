@@ -1,4 +1,4 @@
-"""Everything that is measured, in rounds that take turns."""
+"""Measures everything, in rounds that take turns."""
 
 import datetime
 import os
@@ -14,19 +14,19 @@ PROTO = pathlib.Path(__file__).resolve().parents[1] / "proto"
 
 
 class Effort:
-    """How often and how long each thing is measured; the seconds are those of one row."""
+    """How often and for how long each thing is measured; the seconds are those of one row."""
 
     def __init__(self, quick):
         self.rounds, self.seconds = (3, 0.02) if quick else (21, 0.05)
         self.growth_rounds = 1 if quick else 5
         self.allocator_rounds = 3 if quick else 11
         self.starts = 11 if quick else 101
-        self.peer_rounds, self.peer_seconds = (1, 0.05) if quick else (3, 0.2)
+        self.other_rounds, self.other_seconds = (1, 0.05) if quick else (3, 0.2)
         self.tool_rounds, self.tool_bytes = (1, 2_000_000) if quick else (7, 64_000_000)
 
 
 class Progress:
-    """What is measured now: one line that is written anew on a terminal, else one a section."""
+    """What is being measured: one line that is rewritten on a terminal, else a line a section."""
 
     def __init__(self, stream):
         self.stream = stream
@@ -51,8 +51,8 @@ class Bench:
         self.folder = build / "bench"
         self.programs = {side: self.folder / f"bench_{side}" for side in SIDES}
         self.libraries = {"qmsg": build / "src/libqmsg.so",
-                          "rival": self.folder / "rival/libqmsg_rival.so"}
-        self.peers_file = build / "peers.txt"
+                          "baseline": self.folder / "baseline/libqmsg_baseline.so"}
+        self.implementations_file = build / "benchmarks.txt"
         self.effort = effort
         self.progress = progress
         self.sizes = {}
@@ -76,17 +76,17 @@ class Bench:
         return times
 
     def allocators(self, wanted):
-        """{allocator: {side: {row: times}}} of those that are installed."""
+        """{allocator: {side: {row: times}}} of the installed allocators."""
         return {name: self.measure(f"Parsing with {name}", wanted, self.effort.allocator_rounds,
                                    library)
                 for name, library in run.ALLOCATORS.items()
                 if not library or run.can_preload(library)}
 
     def startup(self):
-        """{what: {side: {nanoseconds and kibibytes: [one for each process]}}}"""
+        """{what: {side: {"nanoseconds" and "kibibytes": [one for each process]}}}"""
         load = self.folder / "bench_startup"
-        # As they lie there when they are installed: written from end to end, and on the disk. What a
-        # linker wrote lies in the page cache in other pieces, and counts as changed.
+        # As when installed: written from end to end, and on the disk. A linker leaves a file in
+        # other pieces and in dirty pages of the cache.
         installed = {}
         for side, library in self.libraries.items():
             folder = self.folder / "installed" / side
@@ -110,13 +110,13 @@ class Bench:
         return results
 
     def workloads(self):
-        """The folder with the bytes of the workloads."""
+        """Writes the bytes of the workloads, and returns their folder."""
         folder = self.folder / "workloads"
         run.output(self.folder / "bench_workloads", folder)
         return folder
 
     def tool(self):
-        """{"bytes": of messages that are read, "seconds": {what: [of each round]}}"""
+        """{"bytes": of the messages read, "seconds": {what: [of each round]}}"""
         commands, size = tool.prepare(self.build, PROTO, self.workloads(), self.folder / "tool",
                                       self.effort.tool_bytes)
         seconds = {what: [] for what in commands}
@@ -126,15 +126,16 @@ class Bench:
                 seconds[what].append(tool.seconds(command))
         return {"bytes": size, "seconds": seconds}
 
-    def peers(self):
-        """({name: {operation: {workload: times}}}, {name: why it was left out})"""
+    def implementations(self):
+        """({name: {operation: {workload: times}}}, {name: why it was skipped})"""
         workloads = self.workloads()
-        commands, skipped = run.listed_peers(self.peers_file)
+        commands, skipped = run.listed_implementations(self.implementations_file)
         results = {name: {} for name in commands}
-        for number in range(self.effort.peer_rounds):
+        for number in range(self.effort.other_rounds):
             for name, command in commands.items():
-                self.progress("Peers", f"{name}, round {number + 1} of {self.effort.peer_rounds}")
-                measures = run.peer(command, workloads, self.effort.peer_seconds,
+                self.progress("Implementations",
+                              f"{name}, round {number + 1} of {self.effort.other_rounds}")
+                measures = run.implementation(command, workloads, self.effort.other_seconds,
                                     figures.WORKLOADS)
                 for (workload, operation), time in measures.items():
                     by_workload = results[name].setdefault(operation, {})
@@ -142,7 +143,7 @@ class Bench:
         return results, skipped
 
     def everything(self):
-        """What can fail comes first, and what takes long last."""
+        """What can fail comes first, and what takes longest last."""
         rows = self.rows()
         growth = [row for row in rows if row.startswith("growth_")]
         operations = [row for row in rows if row not in growth]
@@ -153,7 +154,7 @@ class Bench:
             "startup": self.startup(),
         }
         results["tool"] = self.tool()
-        results["peers"], results["skipped_peers"] = self.peers()
+        results["implementations"], results["skipped"] = self.implementations()
         results["allocators"] = self.allocators(figures.of_operation(operations, "parse"))
         results["growth"] = self.measure("Growth", growth, self.effort.growth_rounds)
         results["operations"] = self.measure("Operations", operations, self.effort.rounds)

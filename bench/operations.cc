@@ -1,5 +1,5 @@
-// Measures what the messages do: each operation on each workload, and how two of them grow with the
-// size of the message. Linked with the library it makes one program, with its rival another.
+// Measures each operation on each workload, and how two operations grow with the size of the
+// message. Linked once with the library and once with the baseline.
 
 #include <benchmark/benchmark.h>
 #include <google/protobuf/arena.h>
@@ -26,7 +26,7 @@ constexpr const char* kCompiler = __VERSION__;
 constexpr const char* kCompiler = "GCC " __VERSION__;
 #endif
 
-// Runs an action, which tells whether it worked, and reports the size of the encoded message.
+// Runs an action, which returns whether it worked, and reports the size of the encoded message.
 template <class Action>
 void Run(State& state, std::size_t bytes, const Action& action) {
   for (auto unused : state) {
@@ -42,7 +42,7 @@ void Run(State& state, std::size_t bytes, const Action& action) {
   state.counters["bytes"] = static_cast<double>(bytes);
 }
 
-// The objects that an action makes count as used, and die within the time that is measured.
+// The objects that an action makes count as used, and are destroyed within the measured time.
 template <class T>
 bool Used(T& object) {
   benchmark::DoNotOptimize(object);
@@ -81,8 +81,8 @@ void Parse(State& state) {
   ParseBytes<T>(state, BytesOf(Filled<T>()));
 }
 
-// Gives each message an arena of its own, which begins in a block that is always the same: the
-// sizes are those that docs/hostile-input.md recommends.
+// Gives each message its own arena. All arenas start in the same block, with the sizes that
+// docs/hostile-input.md recommends.
 template <class T, class Action>
 void RunOnArena(State& state, std::size_t bytes, const Action& action) {
   std::vector<char> block(262144);
@@ -229,7 +229,7 @@ void SerialiseMany(State& state) { SerialiseMessage(state, Statements(state)); }
 
 void ParseMany(State& state) { ParseBytes<Tarq::SqlQueries>(state, BytesOf(Statements(state))); }
 
-// From some 1 KB to some 80 MB.
+// From about 1 KB to about 80 MB.
 void RegisterGrowth() {
   for (const auto& [name, function] :
        {std::pair{"growth_serialise", &SerialiseMany}, {"growth_parse", &ParseMany}}) {

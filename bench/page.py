@@ -11,38 +11,35 @@ from run import ALLOCATORS, MALLOC, SIDES
 INTRODUCTION = """\
 # How fast it is
 
-`libqmsg` against its *rival*: the same schema files, the same compiler and the same protobuf
-runtime, but protoc's output compiled as anyone would, with `-O2 -DNDEBUG -fPIC -shared` and no
-more. Both are measured by the same object files ([bench](../bench)), each in a process of its own,
-in turns: what differs is the library.
+This page compares `libqmsg` with a *baseline*: protoc's output for the same schema files, compiled
+with plain `-O2 -DNDEBUG -fPIC -shared` by the same compiler against the same protobuf runtime. The
+same object files ([bench](../bench)) measure both, in separate processes that take turns. Only the
+library differs.
 
 ```sh
 {command}
 ```
 
-writes this page. A ratio says how many times as fast as the rival `libqmsg` is; above 1 it is
-faster. It is the ratio of the medians of {rounds} rounds, and below it stand the ratios between
-which the middle half of the rounds lies. Times are processor times. MB are millions of bytes of the
-encoded message, for JSON and text too.
+writes this page. A ratio is how many times as fast as the baseline `libqmsg` is: above 1 it is
+faster. It is the ratio of the medians of {rounds} rounds; the ratios below it bound the middle half
+of the rounds. Times are processor times. MB are millions of bytes of the encoded message, for JSON
+and text too.
 
 {machine}, {date}.
 """
 
 BOUNDS = """\
-- **Building** happens in the program, in the runtime and in `malloc`. Of the rival's instructions, 3
-  to 8 % are in the library, by workload (`Text` was not counted), and 59 to 71 % in the C library:
-  if the library's part cost nothing, the ratio would be 1.03 to 1.09.
-- **Reading on the heap** is bound by `malloc` and `free` in the same way, so another allocator gains
+- **Building** happens in the program, in the runtime and in `malloc`. Of the baseline's
+  instructions, 3 to 8 % are in the library, by workload (`Text` was not counted), and 59 to 71 % in
+  the C library. If the library's part cost nothing, the ratio would be 1.03 to 1.09.
+- **Reading on the heap** is bound by `malloc` and `free` in the same way. Another allocator gains
   more there than any code of the library could.
-- **JSON, text and reflection** are the runtime's. Where they gain, they check text.
-- **Text that is not ASCII** gains most, since the runtime checks it byte by byte. Without `Text`, the
-  means of the five others are lower, as the table shows.
-- **A profile** adds little: `./dev profile` builds the library by counts of what
-  [src/training](../src/training) does with messages of all types. Against the library as it is
-  packaged it read 1.02 times as fast (1.00 to 1.04, by workload) and built and wrote as before
-  (0.98 to 1.02), with 16 % less code. The packages do without it.
+- **JSON, text and reflection** are code of the runtime. They gain only where they validate text.
+- **Text that is not ASCII** gains most, because the runtime validates it byte by byte. Without
+  `Text`, the means of the five other workloads are lower, as the table shows.
+- **PGO** gained 1.02 times in reading and nothing in writing, so the library does not use it.
 
-`valgrind --tool=callgrind build/bench/bench/bench_rival --benchmark_filter='^build/SqlQueries$'`
+`valgrind --tool=callgrind build/bench/bench/bench_baseline --benchmark_filter='^build/SqlQueries$'`
 counts the instructions by library.
 """
 
@@ -55,7 +52,7 @@ WORKLOAD_TEXTS = {
     "Text": "300 passages of text, Latin, Cyrillic and Chinese by turns",
 }
 
-# What peers.txt puts in front of the name of a program that does only a part of the work.
+# The prefix in benchmarks.txt of a program that does only a part of the work.
 LIMIT = "limit: "
 
 STARTUP_ROWS = (
@@ -66,14 +63,14 @@ STARTUP_ROWS = (
 
 
 def number(value):
-    """Three digits that matter, thousands with commas."""
+    """Three significant digits, thousands with commas."""
     if value >= 100:
         return f"{value:,.0f}"
     return f"{value:.1f}" if value >= 10 else f"{value:.2f}"
 
 
 def scaled(value, units):
-    """With the first of the units, largest first, that the value reaches."""
+    """The value in the largest unit that it reaches; the units are sorted, largest first."""
     for unit, factor in units:
         if value >= factor:
             return f"{number(value / factor)} {unit}"
@@ -118,11 +115,11 @@ def meanings():
 
 
 def absolute(results, figure):
-    """What figure(bytes of a message, times) makes of each row."""
+    """A table of figure(bytes of a message, times) for each row."""
     def cell(row):
         return " / ".join(figure(results["bytes"][row], results["operations"][side][row])
                           for side in SIDES)
-    return table(["`libqmsg` / rival", *WORKLOADS], [
+    return table(["`libqmsg` / baseline", *WORKLOADS], [
         [f"`{operation}`", *(cell(f"{operation}/{name}") for name in WORKLOADS)]
         for operation in OPERATIONS])
 
@@ -154,7 +151,7 @@ def growth(results):
                               [statistics.median(measured[side][row]) for row in names])
         powers.append(f"{power:.2f}")
     rows.append(["power of the size", *powers])
-    names = {"qmsg": "`libqmsg`", "rival": "rival"}
+    names = {"qmsg": "`libqmsg`", "baseline": "baseline"}
     return table(["size of the message", *(
         f"{operation.partition('_')[2]}, {names[side]}" for operation, side in columns)], rows)
 
@@ -164,7 +161,7 @@ def startup(results):
 
     def row(what, unit, figure_of):
         figure = {side: figure_of(side) for side in SIDES}
-        quotient = f"{figure['qmsg'] / figure['rival']:.2f}" if figure["rival"] else "–"
+        quotient = f"{figure['qmsg'] / figure['baseline']:.2f}" if figure["baseline"] else "–"
         rows.append([f"{what}, {unit}" if unit else what, *map(number, figure.values()), quotient])
 
     for key, what in STARTUP_ROWS:
@@ -173,12 +170,12 @@ def startup(results):
         row("private memory that it adds", "KiB",
             lambda side: statistics.median(measured[side]["kibibytes"]))
     row("relocations by name", "", lambda side: results["relocations"][side])
-    return table(["", "`libqmsg`", "rival", "of the rival's"], rows)
+    return table(["", "`libqmsg`", "baseline", "of the baseline's"], rows)
 
 
 def allocators(results):
     measured = results["allocators"]
-    rival = measured[MALLOC]["rival"]
+    baseline = measured[MALLOC]["baseline"]
     rows = []
     for name, times in measured.items():
         speeds = (statistics.geometric_mean(
@@ -188,9 +185,9 @@ def allocators(results):
         preloaded = f", `LD_PRELOAD={library}`" if library else " of the C library"
         rows.append([f"{name}{preloaded}", *map(number, speeds),
                      f"{figures.mean_ratio(times, 'parse'):.2f}",
-                     f"{figures.mean_ratio_to(rival, times['qmsg']):.2f}"])
-    return table(["allocator", "`libqmsg`, MB/s", "rival, MB/s", "ratio",
-                  "ratio to the rival with malloc"], rows)
+                     f"{figures.mean_ratio_to(baseline, times['qmsg']):.2f}"])
+    return table(["allocator", "`libqmsg`, MB/s", "baseline, MB/s", "ratio",
+                  "ratio to the baseline with malloc"], rows)
 
 
 def tool(results):
@@ -206,10 +203,10 @@ def is_limit(name):
     return name.startswith(LIMIT)
 
 
-def peer_operations(results):
-    """{operation: {name: {workload: times}}} of all peers, those that the library has first."""
+def implementation_operations(results):
+    """{operation: {name: {workload: times}}} of all implementations, the library's first."""
     operations = {operation: {} for operation in OPERATIONS}
-    for name, measured in results["peers"].items():
+    for name, measured in results["implementations"].items():
         if not is_limit(name):
             for operation, times in measured.items():
                 operations.setdefault(operation, {})[name] = times
@@ -218,12 +215,12 @@ def peer_operations(results):
 
 def not_measured(results, limits_wanted):
     return [f"Not measured: {name.removeprefix(LIMIT)}: {reason}.\n"
-            for name, reason in results["skipped_peers"].items()
+            for name, reason in results["skipped"].items()
             if is_limit(name) == limits_wanted]
 
 
 def own_operation(operation):
-    """What the library does to the same end: it has no way to read only a part of a message."""
+    """The library's operation for the same purpose: it cannot read only a part of a message."""
     if operation in OPERATIONS:
         return operation
     return "json_parse" if operation.startswith("json") else "parse"
@@ -233,8 +230,8 @@ def own_times(results, operation, side="qmsg"):
     return {name: results["operations"][side][f"{operation}/{name}"] for name in WORKLOADS}
 
 
-def peer_rows(results, by_name):
-    """(name, {workload: MB/s}), the fastest first; those that lack a workload come last."""
+def implementation_rows(results, by_name):
+    """(name, {workload: MB/s}), the fastest first; those that lack a workload are last."""
     speeds = [(name, {workload: figures.megabytes_per_second(
         results["bytes"][f"parse/{workload}"], samples) for workload, samples in times.items()})
         for name, times in by_name.items()]
@@ -246,7 +243,7 @@ def peer_rows(results, by_name):
 
 def speeds_table(results, by_name):
     rows = []
-    for name, speeds in peer_rows(results, by_name):
+    for name, speeds in implementation_rows(results, by_name):
         complete = set(speeds) >= set(WORKLOADS)
         mean = number(statistics.geometric_mean(speeds.values())) if complete else "–"
         rows.append([name, *(number(speeds[workload]) if workload in speeds else "–"
@@ -254,9 +251,9 @@ def speeds_table(results, by_name):
     return table(["MB/s", *WORKLOADS, "geometric mean"], rows)
 
 
-def peers(results):
+def implementations(results):
     sections = []
-    for operation, by_name in peer_operations(results).items():
+    for operation, by_name in implementation_operations(results).items():
         own = own_operation(operation)
         note = "" if own == operation else f" (the library: `{own}`)"
         entries = {**by_name, "**`libqmsg`**": own_times(results, own)}
@@ -264,16 +261,16 @@ def peers(results):
             entries["**`libqmsg`, arena**"] = own_times(results, "parse_arena")
         sections.append(f"### `{operation}`{note}\n\n{speeds_table(results, entries)}")
     sections += not_measured(results, limits_wanted=False)
-    return "\n".join(sections) or "None was built when this was measured.\n"
+    return "\n".join(sections) or "None was built for this measurement.\n"
 
 
 def limits(results):
     entries = {f"{name.removeprefix(LIMIT)}, `{operation}`": times
-               for name, measured in results["peers"].items() if is_limit(name)
+               for name, measured in results["implementations"].items() if is_limit(name)
                for operation, times in measured.items()}
     left_out = not_measured(results, limits_wanted=True)
     if not entries:
-        return "\n".join(left_out) or "None was built when this was measured.\n"
+        return "\n".join(left_out) or "None was built for this measurement.\n"
     for operation in ("serialise_to_array", "parse", "parse_arena"):
         entries[f"**`libqmsg`, `{operation}`**"] = own_times(results, operation)
     return "\n".join([speeds_table(results, entries), *left_out])
@@ -283,10 +280,10 @@ def targets():
     means = ", ".join(f"`{operation}` {target:g}"
                       for operation, target in gate.OPERATION_TARGETS.items())
     return textwrap.fill(
-        f"`./dev bench --gate` fails when one of these ratios is missed: {means}; parsing with an "
-        f"allocator against the rival with malloc {gate.ALLOCATOR_TARGET:g}; any row "
-        f"{gate.LOWEST_ROW:g}; and when loading takes more than {gate.DLOPEN_TARGET:g} of the "
-        "rival's time, or more than its memory.", 100, break_on_hyphens=False) + "\n"
+        f"`./dev bench --gate` fails when a figure misses its target: {means}; parsing with an "
+        f"allocator against the baseline with malloc {gate.ALLOCATOR_TARGET:g}; any row "
+        f"{gate.LOWEST_ROW:g}; loading in at most {gate.DLOPEN_TARGET:g} of the baseline's time "
+        "and in at most its memory.", 100, break_on_hyphens=False) + "\n"
 
 
 def text(results, command):
@@ -298,42 +295,42 @@ def text(results, command):
         INTRODUCTION.format(command=command, rounds=results["rounds"], machine=described,
                             date=results["date"]),
         workloads(results),
-        "## Against the rival\n",
-        "![How many times as fast as the rival, by operation](performance/operations.svg)\n",
+        "## Against the baseline\n",
+        "![How many times as fast as the baseline, by operation](performance/operations.svg)\n",
         ratios(measured), meanings(), targets(),
         "## What bounds it\n", BOUNDS,
         "## In figures\n",
         "Millions of bytes a second:\n", absolute(results, megabytes),
         "Messages a second:\n", absolute(results, messages),
         "## Large messages\n",
-        "Nanoseconds for each byte of a `SqlQueries` of more and more statements. The last line "
-        "says by which\npower of its size the time for a message grows; 1 is linear, and more than that "
-        "where a message\noutgrows a cache.\n",
+        "Nanoseconds for each byte of a `SqlQueries` of more and more statements. The last row "
+        "is the power\nof the size by which the time for a message grows: 1 is linear, and it is "
+        "more where a message\noutgrows a cache.\n",
         "![Time by size of the message](performance/growth.svg)\n",
         growth(results),
         "## Start and memory\n",
-        "In a process that has the protobuf runtime already; each figure is the median of "
-        f"{len(results['startup']['dlopen_now']['qmsg']['nanoseconds'])} processes.\nHere "
-        "times are elapsed ones.\n",
+        "In a process that has already loaded the protobuf runtime; each figure is the median of "
+        f"{len(results['startup']['dlopen_now']['qmsg']['nanoseconds'])}\nprocesses. These are "
+        "elapsed times.\n",
         startup(results),
         "## Other allocators\n",
         "Parsing into new messages is mostly allocation. The geometric means over the workloads, "
-        "when the\nwhole process has another allocator:\n",
+        "when the\nwhole process uses another allocator:\n",
         allocators(results),
         "## The tool\n",
         f"`SqlQueries`, {size(results['tool']['bytes'])} of them, from a file and to `/dev/null`, "
-        "in elapsed time; protoc\ntakes no streams, so both also read one large message:\n",
+        "in elapsed time. protoc\ndoes not read streams, so both also read one large message:\n",
         tool(results),
         "## Limits\n",
-        "How fast the parts of the work can be done by themselves, and the work itself by code "
-        "made for one\nmessage alone, on the same bytes:\n",
+        "How fast each part of the work can be done by itself, and the whole work by code "
+        "written for one\nmessage alone, on the same bytes:\n",
         limits(results),
         "## Other implementations\n",
-        "The same bytes, read and written by others, in millions of bytes of the encoded message a "
-        "second.\nWhat they make of a message differs: "
+        "The same bytes, read and written by other implementations, in millions of bytes of the "
+        "encoded\nmessage a second. They do not all read the same values: "
         "[implementations.md](implementations.md).\n",
     ]
-    if peer_operations(results):
-        parts.append("![Other implementations](performance/peers.svg)\n")
-    parts.append(peers(results))
+    if implementation_operations(results):
+        parts.append("![Other implementations](performance/implementations.svg)\n")
+    parts.append(implementations(results))
     return "\n".join(parts)

@@ -1,4 +1,4 @@
-// How much memory a process has for itself.
+// The private memory of a process.
 
 #ifndef BENCH_PRIVATE_MEMORY_H_
 #define BENCH_PRIVATE_MEMORY_H_
@@ -9,8 +9,8 @@
 
 namespace bench {
 
-// Memory that this process has changed and shares with nobody, in KiB. Throws std::runtime_error if
-// the system does not tell.
+// The memory that this process has written to and does not share, in KiB. Throws std::runtime_error
+// if the system does not provide it.
 inline long PrivateDirty() {
   std::ifstream rollup("/proc/self/smaps_rollup");
   for (std::string line; std::getline(rollup, line);) {

@@ -1,4 +1,4 @@
-"""Runs the programs that measure, and reads what they print."""
+"""Runs the benchmarks and reads their output."""
 
 import json
 import os
@@ -7,7 +7,7 @@ import re
 import shlex
 import subprocess
 
-SIDES = ("qmsg", "rival")
+SIDES = ("qmsg", "baseline")
 MALLOC = "malloc"
 # Names that the loader resolves.
 ALLOCATORS = {MALLOC: "", "tcmalloc": "libtcmalloc_minimal.so.4", "mimalloc": "libmimalloc.so.2"}
@@ -31,20 +31,20 @@ def output(*command, **environment):
 
 
 def alternate(rounds, sides):
-    """Each side in each round, the order swapped from one to the next: a machine that becomes
-    slower or faster is no advantage to either."""
+    """Each side in each round, in alternating order, so that neither gains when the machine becomes
+    slower or faster."""
     for number in range(rounds):
         yield from sides if number % 2 == 0 else reversed(sides)
 
 
 def rows(program):
-    """The names of all measures of a program, such as parse/SqlQuery."""
+    """The names of all rows of a program, such as parse/SqlQuery."""
     return output(program, "--benchmark_list_tests=true").split()
 
 
 def benchmark(program, wanted, seconds, preload=""):
-    """Measures some rows: ({row: nanoseconds of processor time}, {row: bytes of the message}, what
-    the program says about itself)."""
+    """Measures some rows: ({row: nanoseconds of processor time}, {row: bytes of the message}, the
+    program's context)."""
     names = "|".join(re.escape(row) for row in wanted)
     environment = {"LD_PRELOAD": preload} if preload else {}
     text = output(program, f"--benchmark_filter=^({names})$", "--benchmark_format=json",
@@ -52,7 +52,7 @@ def benchmark(program, wanted, seconds, preload=""):
     try:
         report = json.loads(text)
     except ValueError as error:
-        raise Failure(f"{program} printed something else than JSON: {text[:200]}") from error
+        raise Failure(f"{program} did not print JSON: {text[:200]}") from error
     times, sizes = {}, {}
     for entry in report["benchmarks"]:
         if entry.get("error_occurred"):
@@ -72,7 +72,7 @@ def can_preload(library):
 
 
 def nanoseconds_and_memory(*command):
-    """What bench_startup and bench_first_reflection print."""
+    """The output of bench_startup or bench_first_reflection."""
     words = output(*command).split()
     if len(words) != 2 or not all(re.fullmatch("-?[0-9]+", word) for word in words):
         raise Failure(f"{command[0]} printed no time and memory: {' '.join(words)}")
@@ -80,8 +80,8 @@ def nanoseconds_and_memory(*command):
 
 
 def relocations(library):
-    """How many names or addresses the loader has to look up: all but those that only add where the
-    library lies."""
+    """How many symbols the loader has to look up: all relocations but those that only add the
+    library's address."""
     lines = re.findall(r"^[0-9a-f]{8,} +[0-9a-f]{8,} +(R_\S+)", output("readelf", "-rW", library),
                        re.M)
     if not lines:
@@ -89,8 +89,8 @@ def relocations(library):
     return sum("RELATIVE" not in kind for kind in lines)
 
 
-def listed_peers(path):
-    """({name: words of its command}, {name: why it was left out}) from lines of
+def listed_implementations(path):
+    """({name: words of its command}, {name: why it was skipped}) from lines of
     NAME<TAB>COMMAND or NAME<TAB>skipped: REASON."""
     commands, skipped = {}, {}
     if not path.exists():
@@ -106,23 +106,23 @@ def listed_peers(path):
     return commands, skipped
 
 
-def peer(command, folder, seconds, workloads):
-    """{(workload, operation): nanoseconds} as the program of another implementation prints it for
+def implementation(command, folder, seconds, workloads):
+    """{(workload, operation): nanoseconds} as the benchmark of another implementation prints it for
     the workloads in a folder."""
     measures = {}
     for line in output(*command, folder, seconds).splitlines():
         measure = re.fullmatch(r"(\w+)\t(\w+)\t([0-9.e+]+)", line)
         if not measure or measure[1] not in workloads:
-            raise Failure(f"{shlex.join(command)} printed no measure of a workload: {line!r}. "
-                          "Wanted: workload<TAB>operation<TAB>nanoseconds")
+            raise Failure(f"{shlex.join(command)} did not print a measurement: {line!r}. "
+                          "Expected: workload<TAB>operation<TAB>nanoseconds")
         measures[measure[1], measure[2]] = float(measure[3])
     if not measures:
-        raise Failure(f"{shlex.join(command)} printed no measures")
+        raise Failure(f"{shlex.join(command)} printed no measurements")
     return measures
 
 
 def machine(context):
-    """What the figures depend on."""
+    """The machine, compiler and runtime that the figures depend on."""
     model = re.search(r"^model name\s*: (.*)$", pathlib.Path("/proc/cpuinfo").read_text(), re.M)
     return {
         "processor": model[1].strip() if model else os.uname().machine,

@@ -1,4 +1,4 @@
-// What it costs a process that has the protobuf runtime already to load a library of messages.
+// The cost of loading a library of messages in a process that has loaded the protobuf runtime.
 
 #include <dlfcn.h>
 #include <google/protobuf/descriptor.h>
@@ -21,10 +21,10 @@ int main(int argc, char** argv) try {
         stderr);
     return 2;
   }
-  // The runtime's own pool exists before.
+  // So that the runtime's own pool exists.
   google::protobuf::DescriptorPool::generated_pool();
   const int binding = arguments[0] == "now" ? RTLD_NOW : RTLD_LAZY;
-  bench::PrivateDirty();  // takes its own memory the first time
+  bench::PrivateDirty();  // allocates on the first call
   const long memory = bench::PrivateDirty();
   const auto start = std::chrono::steady_clock::now();
   void* const handle = dlopen(arguments[1].c_str(), binding | RTLD_LOCAL);

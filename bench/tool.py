@@ -1,31 +1,28 @@
 """The command-line tool on many messages, and protoc on the same."""
 
+import pathlib
 import subprocess
+import sys
 import time
 
 from run import Failure
 
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "implementations/reference"))
+# pylint: disable=wrong-import-position
+import reference
+
 TYPE = "quor.protobuf.Tarq.SqlQueries"
-
-
-def length(size):
-    """As a varint."""
-    out = b""
-    while size > 127:
-        out += bytes([size & 127 | 128])
-        size >>= 7
-    return out + bytes([size])
 
 
 def prepare(build, proto, workloads, folder, size):
     """Writes a stream of about `size` bytes. Returns {what is measured: its command}, and how many
-    bytes of messages each of them reads."""
+    bytes of messages each command reads."""
     message = (workloads / "SqlQueries.pb").read_bytes()
     count = max(1, size // len(message))
     folder.mkdir(parents=True, exist_ok=True)
     stream, single = folder / "stream.bin", folder / "single.bin"
-    stream.write_bytes((length(len(message)) + message) * count)
-    # One behind the other, messages are one message: protoc takes no stream.
+    stream.write_bytes(reference.length_delimited(message) * count)
+    # Concatenated messages are one message: protoc does not read streams.
     single.write_bytes(message * count)
     program = build / "tools/qmsg"
     reads_stream = ("--type", TYPE, "--framing", "delimited", stream)
@@ -42,8 +39,7 @@ def prepare(build, proto, workloads, folder, size):
 
 
 def seconds(command):
-    """How long a command takes whose last word is a file, its input, and whose output nobody
-    reads."""
+    """The elapsed seconds of a command. Its last word is the file for its standard input."""
     *words, file = [str(word) for word in command]
     begin = time.perf_counter()
     with open(file, "rb") as given:

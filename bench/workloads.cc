@@ -19,7 +19,7 @@ using Strings = std::vector<std::string>;
 constexpr std::int64_t kStart = 1700000000;
 constexpr int kNanosPerSecond = 1000000000;
 
-// Spreads consecutive numbers, so that neighbours differ.
+// Hashes consecutive numbers, so that neighbours differ.
 std::uint32_t Spread(std::uint32_t number) {
   number = (number ^ (number >> 16U)) * 0x7feb352dU;
   number = (number ^ (number >> 15U)) * 0x846ca68bU;
@@ -82,7 +82,7 @@ const Strings& Functions() {
   return functions;
 }
 
-// The file of a class: "Shop\Cart\X" lies in "/srv/www/shop/src/Cart/X.php".
+// The file of a class: "Shop\Cart\X" is in "/srv/www/shop/src/Cart/X.php".
 Strings MakeFiles() {
   Strings files;
   for (const std::string& class_name : Classes()) {
@@ -136,7 +136,7 @@ const Strings& Arguments() {
   return arguments;
 }
 
-// Passages of 20 to 1,500 bytes, the three scripts by turns.
+// Passages of 20 to 1,500 bytes, alternately in the three scripts.
 Strings MakePassages() {
   const std::array<Strings, 3> words = {
       Strings{"commande ", "garçon ", "the order ", "was shipped ", "über Nacht ",

@@ -1,4 +1,4 @@
-// The messages that are measured: six that stand for the traffic of a monitored PHP application.
+// The measured messages: six that represent the traffic of a monitored PHP application.
 
 #ifndef BENCH_WORKLOADS_H_
 #define BENCH_WORKLOADS_H_
@@ -13,26 +13,26 @@ namespace JQ = quor::protobuf::JQ;
 namespace Monitor = quor::protobuf::Monitor;
 namespace Tarq = quor::protobuf::Tarq;
 
-// Each fills an empty message by its setters, with the same content in every process and from text
-// that is made only once: in a loop, they show what it costs to build the message.
+// Each function fills an empty message by its setters, with the same content in every process. The
+// text is made only once, so that in a loop they measure the cost of building the message.
 
-// One statement with the stack that ran it, some 1.2 KB.
+// One statement with the stack that ran it, about 1.2 KB.
 void Fill(Tarq::SqlQuery& query);
-// The statements of a request: 100 of them, some 125 KB.
+// The statements of a request: 100 of them, about 125 KB.
 void Fill(Tarq::SqlQueries& queries);
-// The timings of 2,000 functions, some 205 KB.
+// The timings of 2,000 functions, about 205 KB.
 void Fill(Tarq::Functions& functions);
-// 500 jobs with the maps of their attributes, some 175 KB.
+// 500 jobs with the maps of their attributes, about 175 KB.
 void Fill(JQ::JobList& list);
-// A PHP error as a rule reports it, with a stack, some 2 KB.
+// A PHP error as a rule reports it, with a stack, about 2 KB.
 void Fill(Monitor::Event& event);
-// Little but text: 300 passages, Latin, Cyrillic and Chinese by turns, some 180 KB.
+// Almost only text: 300 passages, alternately Latin, Cyrillic and Chinese, about 180 KB.
 void Fill(Tarq::Storage& storage);
 
-// As many statements as wanted, of which the first 100 are those of above.
+// `count` statements. The first 100 are those of the workload.
 void FillStatements(int count, Tarq::SqlQueries& queries);
 
-// Calls `action.operator()<Type>(name)` for each of the six, in the order of above. The names are
+// Calls `action.operator()<Type>(name)` for each workload, in the order above. The names are
 // SqlQuery, SqlQueries, Functions, JobList, Event and Text.
 template <class Action>
 void ForEachWorkload(Action&& action) {
@@ -44,7 +44,7 @@ void ForEachWorkload(Action&& action) {
   action.template operator()<Tarq::Storage>("Text");
 }
 
-// The bytes of a message, the same in every process: a map's entries go by their keys.
+// The bytes of a message, the same in every process: map entries are sorted by key.
 std::string BytesOf(const google::protobuf::MessageLite& message);
 
 // A filled message.

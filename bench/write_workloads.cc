@@ -1,4 +1,4 @@
-// Writes the workloads to files, for programs that do not have these classes.
+// Writes the workloads to files, for programs without these classes.
 
 #include <google/protobuf/util/json_util.h>
 
@@ -31,7 +31,7 @@ struct Write {
     std::string json;
     if (const auto status = google::protobuf::util::MessageToJsonString(message, &json, options);
         !status.ok()) {
-      throw std::runtime_error(name + " has no form in JSON: " + status.ToString());
+      throw std::runtime_error(name + " cannot be printed as JSON: " + status.ToString());
     }
     WriteFile(folder / (name + ".pb"), bench::BytesOf(message));
     WriteFile(folder / (name + ".json"), json);

@@ -19,10 +19,14 @@ if(PROJECT_IS_TOP_LEVEL)
   # With the folders of the source tree, since the pages link to each other.
   install(FILES CHANGELOG.md README.md SECURITY.md DESTINATION "${CMAKE_INSTALL_DOCDIR}"
     COMPONENT qmsg_development)
-  install(DIRECTORY docs DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT qmsg_development
-    PATTERN docs/reference EXCLUDE PATTERN docs/site EXCLUDE)
-  install(DIRECTORY examples/quickstart DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples"
+  install(DIRECTORY docs examples DESTINATION "${CMAKE_INSTALL_DOCDIR}" USE_SOURCE_PERMISSIONS
+    COMPONENT qmsg_development
+    PATTERN examples/CMakeLists.txt EXCLUDE PATTERN __pycache__ EXCLUDE)
+  install(FILES python/README.md DESTINATION "${CMAKE_INSTALL_DOCDIR}/python"
     COMPONENT qmsg_development)
+  # Golden bytes, for tests of other implementations.
+  install(DIRECTORY tests/vectors DESTINATION "${CMAKE_INSTALL_DOCDIR}/tests"
+    COMPONENT qmsg_development FILES_MATCHING PATTERN "*.md" PATTERN "*.txt")
 endif()
 
 install(TARGETS qmsg EXPORT qmsgTargets
@@ -73,4 +77,12 @@ if(TARGET qmsg_cli)
     DESTINATION "${QMSG_ZSH_COMPLETION_DIR}" COMPONENT qmsg_tools)
   install(FILES "${pages}/qmsg.fish"
     DESTINATION "${qmsg_fish_completion_dir}" COMPONENT qmsg_tools)
+endif()
+
+# Last, since it looks at what is installed.
+if(PROJECT_IS_TOP_LEVEL)
+  install(CODE "set(SOURCE [[${PROJECT_SOURCE_DIR}]])
+    set(FOLDERS . [[${CMAKE_INSTALL_DOCDIR}]] proto [[${qmsg_data_dir}/proto]])"
+    COMPONENT qmsg_development)
+  install(SCRIPT cmake/fit_links.cmake COMPONENT qmsg_development)
 endif()

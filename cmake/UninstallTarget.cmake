@@ -9,7 +9,12 @@ set(qmsg_destinations
   "${qmsg_package_dir}"
   "${qmsg_data_dir}/proto"
   "${CMAKE_INSTALL_DOCDIR}/docs/performance"
-  "${CMAKE_INSTALL_DOCDIR}/examples/quickstart")
+  "${CMAKE_INSTALL_DOCDIR}/python"
+  "${CMAKE_INSTALL_DOCDIR}/tests/vectors")
+file(GLOB qmsg_examples RELATIVE "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/examples/*")
+list(FILTER qmsg_examples EXCLUDE REGEX "\\.") # files
+list(TRANSFORM qmsg_examples PREPEND "${CMAKE_INSTALL_DOCDIR}/")
+list(APPEND qmsg_destinations ${qmsg_examples})
 if(TARGET qmsg_cli)
   list(APPEND qmsg_destinations "${CMAKE_INSTALL_BINDIR}" "${CMAKE_INSTALL_LIBEXECDIR}/qmsg"
     "${qmsg_man_dir}"

@@ -1,7 +1,7 @@
-# What the linker is told about a shared library of ELF. Included by CMakeLists.txt.
+# Linker options for an ELF shared library. Included by CMakeLists.txt.
 target_link_options(qmsg PRIVATE
   "LINKER:--version-script=${exported_names}"
-  # What the library refers to in itself is its own, but for this data.
+  # The library uses its own definitions, except for this data.
   "LINKER:--dynamic-list=${CMAKE_CURRENT_SOURCE_DIR}/shared_data.list"
   # The runtime keeps pointers into the library for as long as the process lives.
   LINKER:-z,nodelete)

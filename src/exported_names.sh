@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Usage: exported_names.sh NM FILE OBJECT...
-# Writes to FILE, a version script (.map) or a module definition (.def) for the linker, what is
-# exported of all that the OBJECTs define:
+# Writes the names that the library exports to FILE, a version script (.map) or a module definition
+# (.def) for the linker. Of the names that the OBJECTs define, these are exported:
 #   the members of message classes, but not those of the classes nested in them,
 #   the virtual tables and type information of message classes,
 #   default instances, arena factories, descriptor tables, table structs and enum functions.
@@ -21,7 +21,7 @@ exported="^($message::(~?\w+|operator=)(\[abi:cxx11\])?(\(.*)?\
 |TableStruct_\w+_2eproto::(offsets|operator=\(.*))"$'\t'
 default_instance_holder="${message}DefaultTypeInternal\b"
 
-# Each name, and the letter of its section.
+# Each name with the letter of its symbol type.
 symbols=$("$nm" --defined-only --extern-only --format=posix "$@" |
   awk '$1 ~ /^[[:alnum:]_]+$/ { print $1, $2 }' | sort --unique --key=1,1)
 list() {

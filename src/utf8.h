@@ -1,13 +1,13 @@
 #pragma once
 
-// Ahead of the runtime's check of UTF-8: accepts text that is certainly valid, at 16 bytes a step.
-// What is not accepted here may be valid nevertheless: the runtime's own check decides, and logs.
+// A fast check ahead of the runtime's check of UTF-8, 16 bytes a step. Text that it accepts is
+// valid. Text that it does not accept may be valid, too: the runtime's own check decides, and logs.
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
-// 1: without vectors of bytes, for other compilers and processors.
+// 1: plain C++ without vector types, for other compilers and processors.
 #ifndef QMSG_PORTABLE
 #if defined(__GNUC__) && (defined(__SSE2__) || defined(__ARM_NEON))
 #define QMSG_PORTABLE 0
@@ -16,7 +16,7 @@
 #endif
 #endif
 
-// The compiler's own measure of what is worth it stops short of functions that run once a field.
+// The compiler's own heuristics do not inline all functions that run once a field.
 #define QMSG_INLINE __attribute__((always_inline)) inline
 
 namespace qmsg {
@@ -85,7 +85,7 @@ QMSG_INLINE bool IsAscii(const char* text, std::size_t size) {
   return !AnyHighBit(all);
 }
 
-// The high bit is set for each byte that cannot stand after the three before it.
+// Sets the high bit of each byte that is invalid after the three bytes before it.
 inline Bytes Utf8Errors(Bytes byte, Bytes before, Bytes second_before, Bytes third_before) {
   const auto continues = (byte & 0xC0) == 0x80;
   const auto must_continue = (before >= 0xC0) | (second_before >= 0xE0) | (third_before >= 0xF0);
@@ -120,7 +120,7 @@ inline bool EndsWithinCharacter(const char* end) {
 }
 
 __attribute__((noinline)) inline bool IsUtf8(const char* text, std::size_t size) {
-  if (size < kBlock + 3) {  // what the last block looks at
+  if (size < kBlock + 3) {  // the last block reads the three bytes before it
     return false;
   }
   Bytes errors = Utf8ErrorsAtStart(text);

@@ -1,4 +1,4 @@
-// How the tool ends, and how anything that goes wrong is told.
+// Exit codes and errors.
 #pragma once
 
 #include <stdexcept>
@@ -14,7 +14,7 @@ enum class ExitCode {
   kInputOutput = 3,  // something could not be opened, read or written
 };
 
-// What went wrong, where, and what to do, as one line without a full stop.
+// The problem, its place and the remedy, as one line without a full stop.
 class Error : public std::runtime_error {
  public:
   Error(ExitCode code, const std::string& what) : std::runtime_error(what), code_(code) {}

@@ -1,11 +1,11 @@
-// What nothing that copies the bytes of a message can go below.
+// The lower bound of anything that copies the bytes of a message.
 
 #include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
 
-#include "../peers/measure.h"
+#include "../../implementations/measure.h"
 
 namespace {
 
@@ -25,4 +25,4 @@ void MeasureAll(const Measurer& measurer) {
 
 }  // namespace
 
-int main(int argc, char** argv) { return RunPeer(argc, argv, MeasureAll); }
+int main(int argc, char** argv) { return RunBenchmark(argc, argv, MeasureAll); }

@@ -21,8 +21,7 @@ constexpr std::uint32_t Varint(std::uint32_t field) { return field << 3U; }
 constexpr std::uint32_t Fixed64(std::uint32_t field) { return field << 3U | 1U; }
 constexpr std::uint32_t Bytes(std::uint32_t field) { return field << 3U | 2U; }
 
-// Most texts are short and ASCII, for which a call takes longer than the look at eight bytes a
-// time.
+// Most texts are short and ASCII. For these a call costs more than checking eight bytes at a time.
 bool IsUtf8(std::string_view text) {
   std::uint64_t seen = 0;
   std::size_t at = 0;
@@ -37,7 +36,7 @@ bool IsUtf8(std::string_view text) {
   return (seen & 0x8080808080808080U) == 0 || simdjson::validate_utf8(text.data(), text.size());
 }
 
-// Goes through the bytes of one message. After damage it is at its end, and `Damaged()`.
+// Iterates over the bytes of one message. Damage moves it to the end and sets `Damaged()`.
 class Cursor {
  public:
   explicit Cursor(std::string_view bytes) : at_(bytes.data()), end_(bytes.data() + bytes.size()) {}
@@ -54,7 +53,7 @@ class Cursor {
 
   std::uint32_t Tag() {
     const std::uint64_t tag = Number();
-    // No field here has a number with a tag of more than two bytes, and 0 is the number of none.
+    // No tag here has more than two bytes, and 0 is not a field number.
     if (tag >> 3U == 0 || tag > UINT32_MAX) {
       Damage();
     }
@@ -83,7 +82,7 @@ class Cursor {
     return number;
   }
 
-  // Takes a text over: as a view, or as a copy that is UTF-8.
+  // Reads a text: as a view, or as a copy that is valid UTF-8.
   template <typename Text>
   void Take(Text& text) {
     const std::string_view part = Part();

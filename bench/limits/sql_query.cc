@@ -1,4 +1,4 @@
-// How far there is to go: one message, read and written by code that knows nothing else.
+// The lower bound of reading and writing one message, by code for this message alone.
 
 #include "sql_query.h"
 
@@ -7,13 +7,13 @@
 #include <string>
 #include <string_view>
 
-#include "../peers/measure.h"
+#include "../../implementations/measure.h"
 
 namespace {
 
 using structs::SqlQuery;
 
-// Each field set, with the longest numbers, next to what the workload holds.
+// Every field set, with the longest numbers, besides the content of the workload.
 std::string BytesOfFullQuery() {
   using namespace quor::protobuf;
   Tarq::SqlQuery query;
@@ -64,7 +64,7 @@ void CheckBothWays(const std::string& bytes) {
   Check(ReadSqlQuery(bytes, views) && views.query == copy.query, "SqlQuery: refused as views");
 }
 
-// What the library refuses of the bytes that are cut off, the reader has to refuse.
+// The reader has to refuse the same truncated bytes as the library.
 void CheckCuts(const std::string& bytes) {
   for (std::size_t size = 0; size < bytes.size(); ++size) {
     const std::string part = bytes.substr(0, size);
@@ -102,4 +102,4 @@ void MeasureAll(const Measurer& measurer) {
 
 }  // namespace
 
-int main(int argc, char** argv) { return RunPeer(argc, argv, MeasureAll); }
+int main(int argc, char** argv) { return RunBenchmark(argc, argv, MeasureAll); }

@@ -4,20 +4,20 @@
 #include <string>
 #include <string_view>
 
-#include "../peers/structs.h"
+#include "../../implementations/structs.h"
 
-// A reader and a writer of this one message, written by hand for speed, with no runtime below them.
-// Both know the fields of the schema files and no others. Of a part that arrives twice the later
-// one holds.
+// A reader and a writer of this one message, written by hand for speed, without a runtime. Both
+// know only the fields of the schema files. The later of two occurrences of a sub-message replaces
+// the earlier one.
 
-// Views of `bytes`, which have to outlive them; text is not checked. False if the bytes are
-// damaged.
+// Makes views of `bytes`, which have to outlive them. Does not validate text. False if the bytes
+// are damaged.
 bool ReadSqlQuery(std::string_view bytes, structs::SqlQuery<std::string_view>& query);
 
-// Copies, which are UTF-8. False if the bytes are damaged or a text is not UTF-8.
+// Copies the texts. False if the bytes are damaged or a text is not UTF-8.
 bool ReadSqlQuery(std::string_view bytes, structs::SqlQuery<std::string>& query);
 
-// The bytes, which lie in `buffer`; one that has been used before is not allocated again.
+// The bytes, which are in `buffer`. A reused buffer is not allocated again.
 std::string_view WriteSqlQuery(const structs::SqlQuery<std::string>& query, std::string& buffer);
 
 #endif

@@ -1,4 +1,4 @@
-// What the check of all texts of a message costs, each by itself: a reader may not leave it out.
+// The cost of validating all texts of a message, one by one. A reader must not omit it.
 
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/message.h>
@@ -12,14 +12,14 @@
 #include <string>
 #include <vector>
 
-#include "../peers/measure.h"
+#include "../../implementations/measure.h"
 
 namespace {
 
 using google::protobuf::FieldDescriptor;
 using google::protobuf::Message;
 
-// Adds the texts of a message, in the order in which they are written.
+// Adds the texts of a message, in the order of writing.
 void AddTexts(const Message& message, std::vector<std::string>& texts) {
   const auto* const reflection = message.GetReflection();
   std::vector<const FieldDescriptor*> fields;
@@ -79,4 +79,4 @@ void MeasureAll(const Measurer& measurer) {
 
 }  // namespace
 
-int main(int argc, char** argv) { return RunPeer(argc, argv, MeasureAll); }
+int main(int argc, char** argv) { return RunBenchmark(argc, argv, MeasureAll); }

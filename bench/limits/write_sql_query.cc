@@ -1,5 +1,5 @@
-// Writes from the last field to the first: the length that stands in front of a part is known by
-// then, so that nothing is counted beforehand and nothing is moved.
+// Writes from the last field to the first. The length in front of a sub-message is known by then,
+// so nothing is counted beforehand and nothing is moved.
 
 #include <cstring>
 
@@ -16,7 +16,7 @@ using structs::StackTrace;
 using structs::Time;
 using structs::Value;
 
-// Writes in front of what it has written before, into room that has to be enough.
+// Writes in front of the bytes already written. The buffer has to be large enough.
 class Writer {
  public:
   explicit Writer(char* end) : at_(end) {}
@@ -187,8 +187,8 @@ void Write(Writer& writer, const SqlQuery<string>& query) {
   }
 }
 
-// What a message may take besides its texts. A number or a length takes 11 bytes with its tag, at
-// most, and there are so many of them.
+// The largest size of a message without its texts: a number or a length takes at most 11 bytes with
+// its tag.
 constexpr std::size_t kRoomOfNumber = 11;
 constexpr std::size_t kRoomOfElement = 8 * kRoomOfNumber;
 constexpr std::size_t kRoomOfFrame = 6 * kRoomOfNumber;
@@ -209,7 +209,7 @@ std::size_t Room(const ArrayElement<string>& element) {
   return room;
 }
 
-// At least as many bytes as the message takes.
+// At least the size of the encoded message.
 std::size_t Room(const SqlQuery<string>& query) {
   std::size_t room = kRoomOfQuery + query.query.size();
   if (query.error) {

@@ -30,7 +30,7 @@ constexpr const char* kUsage =
 constexpr int kLoginTimeout = 30000;  // milliseconds
 constexpr int kAnswerTimeout = 1000;
 constexpr int kAttempts = 30;
-constexpr std::size_t kWindow = 32;  // records on their way
+constexpr std::size_t kWindow = 32;  // records without an answer
 
 struct Session {
   std::string number;
@@ -46,7 +46,7 @@ Frames Accepted(Frames answer) {
     throw std::runtime_error("refused: " + answer[1]);
   }
   if (answer[0] != kOk) {
-    throw std::runtime_error("the answer is none of this daemon: check the address");
+    throw std::runtime_error("the answer is not from this daemon: check the address");
   }
   answer.erase(answer.begin());
   return answer;
@@ -62,12 +62,12 @@ Session LogIn(zmq::context_t& context, const std::string& uri, const std::string
   Login::Config config;
   if (answer.size() != 3 || answer[0] != config.GetTypeName() ||
       !config.ParseFromString(answer[1])) {
-    throw std::runtime_error("the answer to the login is no quor.protobuf.Login.Config");
+    throw std::runtime_error("the answer to the login is not a quor.protobuf.Login.Config");
   }
   return {answer[2], config.pub_uri()};
 }
 
-// The file cannot be read on.
+// The rest of the file cannot be read.
 struct SpoolError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
@@ -127,8 +127,8 @@ class Sender {
   }
 
  private:
-  // Whatever is lost on the way, a record or an answer, is made good by sending again: the daemon
-  // knows by its number what it has.
+  // A record or an answer may be lost, so it sends again: the daemon tells by the number which
+  // records it has.
   void AwaitFewerThan(std::size_t most) {
     int attempts = 0;
     while (waiting_.size() >= most) {
@@ -142,7 +142,7 @@ class Sender {
       const Frames accepted = Accepted(answer);
       const auto has = accepted.size() == 1 ? Number(accepted[0]) : std::nullopt;
       if (!has) {
-        throw std::runtime_error("the answer to a record is no number");
+        throw std::runtime_error("the answer to a record is not a number");
       }
       for (; first_ < *has && !waiting_.empty(); ++first_) {
         waiting_.pop_front();
@@ -168,7 +168,7 @@ int main(int argc, char** argv) {
     zmq::context_t context;
     Spool spool(argv[3]);
     Sender sender(context, LogIn(context, argv[1], argv[2]));
-    // Damage is told after all that came before it has arrived.
+    // Reports damage after all records before it have arrived.
     std::exception_ptr damage;
     try {
       for (Any record; spool.Next(record);) {

@@ -1,4 +1,4 @@
-"""What the daemon has is what the agents sent, whatever becomes of agents on the way.
+"""The daemon has each record that the agents sent once, whatever happens to the agents.
 
 QMSG_AGENT, QMSG_DAEMON: the programs. The bytes that agents send are made here, by hand.
 """
@@ -14,7 +14,7 @@ import time
 import unittest
 
 AGENT, DAEMON = os.environ["QMSG_AGENT"], os.environ["QMSG_DAEMON"]
-PATIENCE = 60  # seconds, for anything; what hangs fails
+PATIENCE = 60  # seconds, after which a test that hangs fails
 EVENT, PROFILE = "quor.protobuf.Monitor.Event", "quor.protobuf.Tarq.Functions"
 
 
@@ -35,7 +35,7 @@ def text(field, content):
 
 
 def in_spool(type_name, message):
-    """A google.protobuf.Any behind its length."""
+    """A google.protobuf.Any after its length."""
     record = text(1, b"x/" + type_name.encode()) + text(2, message)
     return varint(len(record)) + record
 
@@ -202,7 +202,7 @@ class Agents(unittest.TestCase):
         self.check_accounts({"web-1": account(logins=2, records=2, events=2, memory=3)})
 
     def test_send_what_the_daemon_cannot_use_and_that_is_counted(self):
-        # The second one is of another type, and would do as a profile by its bytes.
+        # The second one is of another type; its bytes are those of a profile.
         sent = [memory(1), in_spool("quor.protobuf.Unheard", text(2, number(3, 5))),
                 in_spool(EVENT, b"\x08"), in_spool(EVENT, text(2, b"\xff")), memory(2), profile()]
         self.check_end(self.start("web-1", self.spool("odd", *sent)), 0,

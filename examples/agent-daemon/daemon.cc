@@ -1,5 +1,5 @@
-// Takes the records of many agents and counts them, each once. Prints what it has on SIGUSR1, and
-// also at its end, which SIGTERM and SIGINT ask for.
+// Takes the records of many agents and counts each once. Prints the counts on SIGUSR1, and when
+// SIGTERM or SIGINT ends it.
 
 #include <sys/signalfd.h>
 #include <unistd.h>
@@ -20,8 +20,8 @@ constexpr const char* kUsage =
     "Takes logins and records on two addresses, such as tcp://127.0.0.1:*, and prints the first.\n"
     "SIGUSR1 prints a report; so do SIGTERM and SIGINT, which end the daemon.\n";
 
-// A descriptor that becomes readable on the signals. Call it before ZeroMQ has threads, which
-// would take the signals otherwise.
+// A descriptor that becomes readable on the signals. Call it before ZeroMQ starts threads: they
+// would take the signals.
 int OpenSignals() {
   sigset_t signals;
   sigemptyset(&signals);
@@ -45,7 +45,7 @@ class Daemon {
     std::cout << "login at " << Bind(logins_, login_uri) << std::endl;
   }
 
-  // Until a signal ends it.
+  // Runs until a signal ends it.
   void Run(int signals) {
     while (true) {
       std::array<zmq::pollitem_t, 3> items = {{{nullptr, signals, ZMQ_POLLIN, 0},
@@ -72,7 +72,7 @@ class Daemon {
   }
 
  private:
-  // Where it listens then; a port that was left open is filled in.
+  // Returns the address on which it listens, with the port filled in.
   static std::string Bind(zmq::socket_t& socket, const std::string& uri) {
     socket.bind(uri);
     return socket.get(zmq::sockopt::last_endpoint);
@@ -90,8 +90,8 @@ class Daemon {
     if (record.empty()) {
       return;
     }
-    // The first frame is the connection's name, by which the answer finds its way. If the agent is
-    // gone by now, it is dropped.
+    // The first frame names the connection that gets the answer. If the agent has ended, the answer
+    // is dropped.
     Frames answer = {record.front()};
     record.erase(record.begin());
     for (std::string& frame : ledger_.Take(record)) {

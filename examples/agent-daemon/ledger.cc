@@ -40,7 +40,7 @@ void Sum(const Functions& profile, Account& account) {
   }
 }
 
-// False if the bytes are no M.
+// Returns false if the bytes are not an M.
 template <class M>
 bool SumAs(const std::string& bytes, Account& account) {
   M message;
@@ -61,7 +61,7 @@ bool SumAny(const std::string& type, const std::string& bytes, Account& account)
 }  // namespace
 
 Frames Ledger::LogIn(const Frames& request) {
-  // By their bytes a Login and a Config cannot be told apart, so the type has to be right.
+  // The bytes of a Login and a Config can be the same, so the type has to be right.
   Login::Login login;
   if (request.size() != 2 || !Is<Login::Login>(request[0]) || !login.ParseFromString(request[1]) ||
       login.hostname().empty()) {
@@ -100,15 +100,14 @@ Frames Ledger::Take(const Frames& record) {
   } else if (number == account.taken.size()) {
     account.taken.push_back(hash);
     account.left_out += SumAny(type, bytes, account) ? 0 : 1;
-  }  // else one before it was lost, and is sent again, with this one, when no answer is left to
-     // come
+  }  // else an earlier record was lost: the agent sends it and this one again
   return {kOk, std::to_string(std::min<std::uint64_t>(number + 1, account.taken.size()))};
 }
 
 void Ledger::Print(std::ostream& out) const {
   out << std::fixed << std::setprecision(3);
   for (const auto& [host, account] : accounts_) {
-    // Escaped, since the name is a stranger's and the output may be a terminal.
+    // Escaped: the name is not trusted, and the output may be a terminal.
     out << google::protobuf::CEscape(host) << ": logins " << account.logins << ", records "
         << account.taken.size() << ", again " << account.again << ", left out " << account.left_out
         << ", events " << account.events << ", seconds " << account.seconds << ", memory "

@@ -10,12 +10,12 @@
 
 #include "peer.h"
 
-// What the daemon has of one agent, all its processes together.
+// What the daemon received from the agents of one host.
 struct Account {
   std::uint64_t session = 0;  // that of the last login
   std::int64_t logins = 0;
-  // A hash of each record that was taken; record i is the i-th. It tells a record that comes again
-  // from another one under the same number.
+  // The hash of each record that was taken, by its number. It tells a repeated record from another
+  // one with the same number.
   std::vector<std::size_t> taken;
   std::int64_t again = 0;     // came once more
   std::int64_t left_out = 0;  // taken, but damaged or of a type that has no column
@@ -26,13 +26,13 @@ struct Account {
   std::uint64_t calls = 0;   // the sum over all functions of all profiles
 };
 
-// Who has logged in, and what came of them. Throws nothing for any frames.
+// The hosts that have logged in and what they sent. Throws nothing for any frames.
 class Ledger {
  public:
   // `records_uri` is where the agents are told to send records.
   explicit Ledger(std::string records_uri) : records_uri_(std::move(records_uri)) {}
 
-  // The answers to what came on the one socket and on the other.
+  // The answers to a message on each of the two sockets.
   Frames LogIn(const Frames& request);
   Frames Take(const Frames& record);
 

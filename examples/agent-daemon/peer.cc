@@ -25,7 +25,7 @@ Frames Receive(zmq::socket_t& socket, int milliseconds) {
   zmq::pollitem_t item = {socket.handle(), 0, ZMQ_POLLIN, 0};
   Wait(&item, 1, milliseconds);
   Frames frames;
-  // With the first frame all are there: ZeroMQ hands over a message whole or not at all.
+  // ZeroMQ delivers a message with all its frames, or not at all.
   zmq::message_t frame;
   do {
     if (!socket.recv(frame, zmq::recv_flags::dontwait)) {

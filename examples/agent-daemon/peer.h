@@ -7,8 +7,8 @@
 #include <vector>
 #include <zmq.hpp>
 
-// What agent and daemon say to each other. Each line is one ZeroMQ message of several frames;
-// numbers are decimal text, a type is the full name of the message that the next frame holds.
+// The protocol of agent and daemon. Each line is one ZeroMQ message of several frames. Numbers are
+// decimal text. A type is the full name of the message in the next frame.
 //
 //   login    agent:   type, a Login
 //            daemon:  "ok", type, a Config, session
@@ -24,18 +24,18 @@ inline constexpr std::int64_t kMaxFrameSize = 1 << 20;
 // Further frames of a message are dropped.
 inline constexpr std::size_t kMaxFrames = 8;
 
-// A socket that drops what was not sent when it is closed, and limits what it receives.
+// A socket that drops unsent messages when it is closed, and limits the size that it receives.
 zmq::socket_t MakeSocket(zmq::context_t& context, zmq::socket_type type);
 
-// Waits until one of the items is ready, or a signal or `milliseconds` end that; -1 is for ever.
+// Waits until an item is ready, a signal arrives or `milliseconds` have passed; -1 waits for ever.
 void Wait(zmq::pollitem_t* items, std::size_t count, int milliseconds);
 
-// Waits up to `milliseconds` for a message; empty if there came none.
+// Waits up to `milliseconds` for a message. Returns an empty one if none came.
 Frames Receive(zmq::socket_t& socket, int milliseconds);
 
 void Send(zmq::socket_t& socket, const Frames& frames);
 
-// The number that a frame holds; nothing if it holds anything else.
+// The number in a frame, or nothing if the frame is not a number.
 std::optional<std::uint64_t> Number(const std::string& frame);
 
 #endif

@@ -1,5 +1,5 @@
 <?php
-// What the test's server runs. Each answer is the worker's process ID.
+// Runs in the test's web server. Each answer is the worker's process ID.
 
 function wait(int $calls): void
 {
@@ -13,31 +13,10 @@ function pause(): void
     usleep(2000);
 }
 
-function countdown(int $n): int
-{
-    return $n === 0 ? 0 : countdown($n - 1);
-}
-
-final class Shop
-{
-    public static function close(): never
-    {
-        exit;
-    }
-
-    public static function fail(): never
-    {
-        trigger_error('sold out', E_USER_ERROR);
-    }
-}
-
 echo getmypid();
 match (strtok($_SERVER['REQUEST_URI'] ?? '/', '?')) {
     '/wait' => wait(3),
-    '/countdown' => countdown(9),
-    '/close' => Shop::close(),
-    '/fail' => Shop::fail(),
-    // PHP takes names in any bytes from 0x80 on.
+    // PHP's names may hold any bytes from 0x80 on.
     '/named' => array_map(function (string $hex): void {
         eval('function ' . hex2bin($hex) . '(): void {}');
         hex2bin($hex)();

@@ -10,6 +10,7 @@
 #include <php_main.h>
 #include <sys/random.h>
 #include <unistd.h>
+#include <zend_extensions.h>
 #include <zend_observer.h>
 
 #include <array>
@@ -30,12 +31,18 @@ namespace {
 using quor::protobuf::QuorPHP::RInitData;
 using quor::protobuf::QuorPHP::RShutdownData;
 
-// One for each thread that serves requests: in a PHP without threads, one.
+// One for each thread that serves requests. PHP without threads has one, which is found faster.
+#ifdef ZTS
 thread_local Recorder recorder;
+#else
+Recorder recorder;
+#endif
+
+int slot_handle;  // see Slot()
 
 // No exception may reach the engine, which is C. A request that fails here is not recorded, and
-// goes on as if nobody watched. Nothing in an action may raise a PHP error: the engine's errors
-// jump over C++ without running destructors.
+// continues as without the extension. No action may raise a PHP error: the engine's errors jump
+// over C++ without running destructors.
 template <typename Action>
 bool Guarded(Action action) noexcept {
   try {
@@ -101,7 +108,7 @@ RShutdownData DescribeEnd() {
   return end;
 }
 
-// Opens the file anew each time, so that it can be rotated. Workers share it: O_APPEND and a single
+// Opens the file each time, so that it can be rotated. Workers share it: O_APPEND and a single
 // write() keep the records of a request together.
 void Append(const char* path, const std::string& records) {
   const int file = open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
@@ -116,17 +123,24 @@ void Append(const char* path, const std::string& records) {
   }
 }
 
+// What Observe() keeps for a function. The engine clears the run-time caches for each request, and
+// does not keep them in the memory that opcache shares between workers.
+void*& Slot(zend_execute_data* call) {
+  return ZEND_OP_ARRAY_EXTENSION(&call->func->op_array, slot_handle);
+}
+
+// The engine observes each resume of a generator, and not its creation. The first resume starts
+// after the instruction that created the generator.
+bool IsNewCall(const zend_execute_data* call) {
+  return (call->func->common.fn_flags & ZEND_ACC_GENERATOR) == 0 ||
+         (call->opline->opcode != ZEND_HANDLE_EXCEPTION &&
+          call->opline[-1].opcode == ZEND_GENERATOR_CREATE);
+}
+
 void EnterFunction(zend_execute_data* call) {
   if (recorder.is_recording()) {
     Guarded([call] {
-      const zend_op_array& function = call->func->op_array;
-      FunctionId id;
-      id.class_name = function.scope == nullptr ? "" : View(function.scope->name);
-      id.name = View(function.function_name);
-      id.file = View(function.filename);
-      id.first_line = function.line_start;
-      id.last_line = function.line_end;
-      recorder.Enter(call, id);
+      recorder.Enter(call, static_cast<Recorder::Timing*>(Slot(call)), IsNewCall(call));
     });
   }
 }
@@ -137,21 +151,32 @@ void LeaveFunction(zend_execute_data* call, zval* /*result*/) {
   }
 }
 
-// The engine asks once for each function and request: functions of PHP itself, and files, are not
-// watched.
+// The engine calls this once for each run-time cache. Functions of PHP itself, and files, are not
+// recorded.
 zend_observer_fcall_handlers Observe(zend_execute_data* call) {
   if (!recorder.is_recording() || call->func->type != ZEND_USER_FUNCTION ||
       call->func->common.function_name == nullptr) {
     return {nullptr, nullptr};
   }
-  return {EnterFunction, LeaveFunction};
+  const bool found = Guarded([call] {
+    const zend_op_array& function = call->func->op_array;
+    FunctionId id;
+    id.class_name = function.scope == nullptr ? "" : View(function.scope->name);
+    id.name = View(function.function_name);
+    id.file = View(function.filename);
+    id.first_line = function.line_start;
+    id.last_line = function.line_end;
+    Slot(call) = recorder.Find(id);
+  });
+  return found ? zend_observer_fcall_handlers{EnterFunction, LeaveFunction}
+               : zend_observer_fcall_handlers{nullptr, nullptr};
 }
 
 PHP_INI_BEGIN()
 PHP_INI_ENTRY("qmsg_recorder.records", "", PHP_INI_SYSTEM, nullptr)
 PHP_INI_END()
 
-// Once in the life of the process, before a server forks its workers.
+// Runs once per process, before a server forks its workers.
 PHP_MINIT_FUNCTION(qmsg_recorder) {
   const bool ready = Guarded([] {
     GOOGLE_PROTOBUF_VERIFY_VERSION;
@@ -161,6 +186,7 @@ PHP_MINIT_FUNCTION(qmsg_recorder) {
     return FAILURE;
   }
   REGISTER_INI_ENTRIES();
+  slot_handle = zend_get_op_array_extension_handle("qmsg_recorder");
   zend_observer_fcall_register(Observe);
   return SUCCESS;
 }

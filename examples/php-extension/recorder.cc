@@ -41,7 +41,7 @@ void Recorder::Begin(const RInitData& request) {
   begin_ = begin;
 }
 
-void Recorder::Enter(const void* call, const FunctionId& id) {
+Recorder::Timing* Recorder::Find(const FunctionId& id) {
   Timing& timing = timings_[{std::string(id.class_name), std::string(id.name), std::string(id.file),
                              id.first_line}];
   if (timing.message == nullptr) {
@@ -54,12 +54,17 @@ void Recorder::Enter(const void* call, const FunctionId& id) {
     timing.message->set_line_start(id.first_line);
     timing.message->set_line_end(id.last_line);
   }
-  calls_.push_back({call, &timing, Clock::now(), {}});
-  ++timing.depth;
+  return &timing;
+}
+
+void Recorder::Enter(const void* call, Timing* timing, bool is_new_call) {
+  calls_.push_back({call, timing, Clock::now(), {}});
+  ++timing->running;
+  timing->calls += is_new_call ? 1 : 0;
 }
 
 void Recorder::Leave(const void* call) {
-  // Usually the innermost one. Fibers take turns.
+  // Usually the innermost call. Fibers take turns.
   const auto found = std::find_if(calls_.rbegin(), calls_.rend(),
                                   [call](const Call& other) { return other.call == call; });
   if (found != calls_.rend()) {
@@ -70,9 +75,8 @@ void Recorder::Leave(const void* call) {
 void Recorder::Finish(std::vector<Call>::iterator call) {
   const Clock::duration time = Clock::now() - call->start;
   Timing& timing = *call->timing;
-  timing.message->set_times_called(timing.message->times_called() + 1);
   timing.exclusive += std::max(time - call->inside, Clock::duration::zero());
-  if (--timing.depth == 0) {  // a call inside a call of the same function is in its time already
+  if (--timing.running == 0) {  // else the time is part of an outer call of the same function
     timing.inclusive += time;
   }
   if (call != calls_.begin()) {
@@ -86,6 +90,7 @@ std::string Recorder::End(RShutdownData& end) {
     Finish(std::prev(calls_.end()));
   }
   for (auto& [id, timing] : timings_) {
+    timing.message->set_times_called(timing.calls);
     *timing.message->mutable_duration_inclusive() = ToDuration(timing.inclusive);
     *timing.message->mutable_duration_exclusive() = ToDuration(timing.exclusive);
   }

@@ -13,9 +13,9 @@
 #include <tuple>
 #include <vector>
 
-// A PHP function as the engine knows it. The texts are any bytes.
+// A PHP function as the engine knows it. The texts may hold any bytes.
 struct FunctionId {
-  std::string_view class_name;  // empty if it is no method
+  std::string_view class_name;  // empty unless it is a method
   std::string_view name;
   std::string_view file;
   std::uint32_t first_line = 0;
@@ -26,14 +26,29 @@ struct FunctionId {
 // when the request ends. Every function may throw what the standard library and the runtime throw.
 class Recorder {
  public:
+  using Clock = std::chrono::steady_clock;
+
+  // What was measured of one function.
+  struct Timing {
+    quor::protobuf::Tarq::Function* message = nullptr;
+    std::uint32_t calls = 0;
+    int running = 0;  // calls that have not ended
+    Clock::duration inclusive{};
+    Clock::duration exclusive{};
+  };
+
   // Text fields have to be UTF-8.
   void Begin(const quor::protobuf::QuorPHP::RInitData& request);
 
-  // `call` tells the calls apart that go on at one time.
-  void Enter(const void* call, const FunctionId& id);
+  // Looks the function up by its names. Ask once and keep the pointer: it is valid until End() or
+  // Forget().
+  Timing* Find(const FunctionId& id);
+
+  // `call` identifies a call while it runs. A generator enters and leaves many times in one call.
+  void Enter(const void* call, Timing* timing, bool is_new_call);
   void Leave(const void* call);
 
-  // Adds the queue_id and the time to `end`. Gives back the bytes of three records, each a
+  // Adds the queue_id and the time to `end`. Returns the bytes of three records, each a
   // google.protobuf.Any behind its length: RInitData, Functions, RShutdownData.
   std::string End(quor::protobuf::QuorPHP::RShutdownData& end);
 
@@ -43,14 +58,6 @@ class Recorder {
   bool is_recording() const { return begin_ != nullptr; }
 
  private:
-  using Clock = std::chrono::steady_clock;
-
-  struct Timing {
-    quor::protobuf::Tarq::Function* message = nullptr;
-    Clock::duration inclusive{};
-    Clock::duration exclusive{};
-    int depth = 0;  // of the calls that go on
-  };
   struct Call {
     const void* call;
     Timing* timing;

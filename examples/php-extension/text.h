@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-// The text as UTF-8: what is no part of a character becomes U+FFFD.
+// The text as UTF-8. U+FFFD replaces invalid bytes.
 std::string Utf8(std::string_view bytes);
 
 #endif

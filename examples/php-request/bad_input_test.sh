@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# What php_request_report says about input that is not what it should be.
+# The messages of php_request_report for bad input.
 # usage: bad_input_test.sh PROGRAM
 set -euo pipefail
 
@@ -24,7 +24,7 @@ ends_with() {
   fi
 }
 
-# refuses BYTES COMPLAINT, the bytes as printf has them
+# refuses BYTES COMPLAINT, with the bytes as printf reads them
 refuses() {
   printf '%b' "$1" >input
   ends_with 1 "php_request_report: input: $2" input
@@ -65,14 +65,14 @@ refuses '\x00' "record 1 (at byte 0) $unnamed"
 refuses "$record"'\x02\xFF\xFF' "record 2 (at byte 40) $unnamed"
 refuses '\x07\x0A\x05x/y.Z' \
   "record 1 (at byte 0) is of the unknown type 'y.Z': build this program with the schema files that the recorder used"
-damaged='is no valid quor.protobuf.QuorPHP.RInitData: its'
+damaged='is not a valid quor.protobuf.QuorPHP.RInitData: its'
 or_text='bytes are damaged, or a text in them is not UTF-8; record the request again'
 refuses '\x27\x0A\x21x/quor.protobuf.QuorPHP.RInitData\x12\x02\x30\xFF' \
   "record 1 (at byte 0) $damaged 2 $or_text"
 refuses "$record"'\x28\x0A\x21x/quor.protobuf.QuorPHP.RInitData\x12\x03\x1A\x01\xFF' \
   "record 2 (at byte 40) $damaged 3 $or_text"
 
-# Two records, cut off after each byte: only a cut between them can go unnoticed.
+# Two records, cut off after each byte: only a cut between them goes unnoticed.
 cat good good >two
 for ((size = 1; size < 80; ++size)); do
   status=0

@@ -1,4 +1,4 @@
-// Prints what a file of records, written by recorder.php, tells about a PHP request.
+// Prints a report of a PHP request from the records that recorder.php wrote.
 
 #include <fstream>
 #include <iostream>

@@ -19,8 +19,8 @@ const JSON_STYLE = JSON_UNESCAPED_SLASHES | JSON_UNESCAPED_UNICODE | JSON_PRESER
     | JSON_INVALID_UTF8_SUBSTITUTE | JSON_PARTIAL_OUTPUT_ON_ERROR;
 
 /**
- * A PHP string is bytes, a protobuf string is UTF-8: one stray Latin-1 byte and the reader refuses
- * the whole record. Such bytes become \xNN, so that the text still says what was there.
+ * A PHP string is bytes, a protobuf string is UTF-8: for one Latin-1 byte the reader refuses the
+ * whole record. Such bytes become \xNN, which keeps their value.
  */
 function text(string $bytes): string
 {
@@ -64,7 +64,7 @@ function value(mixed $value): QVal
     };
 }
 
-/** The value as JSON can carry it. Of an object only the class: it may be large or secret. */
+/** The value as JSON can hold it. An object becomes its class: it may be large or secret. */
 function plain(mixed $value): mixed
 {
     return match (true) {

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# From a PHP script to the report: what the report says against what the script knows.
+# Runs the PHP script and compares the report with what the script counted.
 # usage: pipeline_test.sh BUILD
 set -euo pipefail
 
@@ -10,7 +10,7 @@ failures=0
 
 "$here/run.sh" "$1" "$scratch/records" | tee "$scratch/output"
 
-# The first argument is what is claimed, the rest a command that is true if it holds.
+# The first argument is a claim, the rest a command that succeeds if it holds.
 check() {
   local claim="$1"
   shift
@@ -23,7 +23,7 @@ says() { grep -qE -- "$1" "$scratch/output"; }
 says_exactly() { grep -qF -- "$1" "$scratch/output"; }
 is_between() { [[ $1 -ge $2 && $1 -le $3 ]]; }
 
-# Without what the recorder needs there is advice instead.
+# Without the recorder's dependencies, run.sh prints advice.
 mkdir "$scratch/bin"
 printf '#!/bin/sh\nexit 1\n' >"$scratch/bin/php"
 chmod +x "$scratch/bin/php"
@@ -33,7 +33,7 @@ check "without PHP's extensions run.sh fails" test "$status" -eq 1
 check "and says what to install" \
   grep -qx 'On Debian: apt-get install php-cli php-sqlite3 php-google-protobuf' "$scratch/stderr"
 
-# What the script counted by itself.
+# The script's own counts.
 own='^([0-9]+) statements, ([0-9]+) refused, pid ([0-9]+), PHP ([0-9.]+)[^,]*, best customer: (.+)$'
 own_line="$(grep -E "$own" "$scratch/output")"
 [[ $own_line =~ $own ]]

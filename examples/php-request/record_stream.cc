@@ -35,7 +35,7 @@ bool RecordStream::Next(Record& record) {
   std::uint32_t length = 0;
   std::string bytes;
   {
-    // Hands back what it did not consume only when it is destroyed.
+    // Its destructor returns the bytes that it did not consume.
     CodedInputStream input(&bytes_);
     if (!input.ReadVarint32(&length)) {
       Refuse("has no valid length: the file is cut off here, or it is not a file of records");
@@ -68,7 +68,7 @@ std::unique_ptr<Message> RecordStream::Parse(const std::string& bytes) const {
   std::unique_ptr<Message> message(
       MessageFactory::generated_factory()->GetPrototype(descriptor)->New());
   if (!message->ParseFromString(any.value())) {
-    Refuse("is no valid " + type + ": its " + std::to_string(any.value().size()) +
+    Refuse("is not a valid " + type + ": its " + std::to_string(any.value().size()) +
            " bytes are damaged, or a text in them is not UTF-8; record the request again");
   }
   return message;

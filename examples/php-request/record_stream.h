@@ -10,7 +10,7 @@
 #include <stdexcept>
 #include <string>
 
-// The input is not what it should be; what() says where and what to do.
+// The input is damaged or not a stream of records; what() says where and what to do.
 struct BadInput : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
@@ -25,7 +25,7 @@ class RecordStream {
  public:
   explicit RecordStream(std::istream& input) : input_(input), bytes_(&input) {}
 
-  // False at the end of the input. Throws BadInput.
+  // Returns false at the end of the input. Throws BadInput.
   bool Next(Record& record);
 
  private:

@@ -85,7 +85,7 @@ final class Recorder
     }
 
     /**
-     * Opens and closes transactions, and counts the rows that they change. Gives back how many
+     * Opens and closes transactions, and counts the rows that they change. Returns how many
      * rows the statement changed: for all that cannot change any, SQLite repeats an old count.
      */
     public function ran(string $sql, int $reported): int

@@ -17,7 +17,7 @@ using quor::protobuf::Tarq::SqlConnections;
 using quor::protobuf::Tarq::SqlQueries;
 using quor::protobuf::Tarq::SqlTransactions;
 
-// Knows no type: what the descriptors say is enough.
+// Works for any type: the descriptors are enough.
 Content Walk(const Message& message) {
   Content content;
   content.messages = 1;
@@ -36,7 +36,7 @@ Content Walk(const Message& message) {
   return content;
 }
 
-// The request's tag, in whichever record: a text field of that name.
+// The request's tag in any record: a text field named queue_id.
 std::optional<std::string> QueueId(const Message& message) {
   const FieldDescriptor* field = message.GetDescriptor()->FindFieldByName("queue_id");
   if (field == nullptr || field->cpp_type() != FieldDescriptor::CPPTYPE_STRING) {

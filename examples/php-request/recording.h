@@ -22,7 +22,7 @@ struct Request {
   quor::protobuf::Tarq::SqlQueries queries;
 };
 
-// What the records of one type hold, elements within elements included.
+// What the records of one type contain, nested elements included.
 struct Content {
   std::int64_t records = 0;
   std::int64_t bytes = 0;

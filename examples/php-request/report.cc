@@ -138,7 +138,7 @@ void PrintTransactions(const Request& request, const TransactionTree& tree, std:
     out << AlignRight(TimeText(Seconds(transaction->duration())), 12)
         << AlignRight(std::to_string(transaction->rows()), 8)
         << AlignRight(std::to_string(statements[transaction->ident()]), 12) << "  ";
-    // Deeper than a screen is wide, the number alone has to do.
+    // If the tree is deeper than the screen is wide, print the number alone.
     out << std::string(2 * std::min<std::size_t>(depth, 20), ' ') << (depth > 0 ? "└ " : "")
         << transaction->ident();
     if (transaction->has_parent_id()) {

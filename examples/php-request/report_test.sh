@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # The whole report on odd but readable records: links in circles, text that could steer a terminal,
-# values of every type, two requests in one file, and a type that no report knows.
+# values of every type, two requests in one file, and an unknown type.
 # usage: report_test.sh PROGRAM PROTOC SCHEMA_FOLDER
 set -euo pipefail
 

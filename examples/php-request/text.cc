@@ -31,7 +31,7 @@ std::string DoubleText(double number) {
   std::array<char, 32> buffer{};
   auto* const end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number).ptr;
   std::string text(buffer.data(), end);
-  // As in PHP, a point tells 1.0 from 1.
+  // As in PHP, a decimal point tells 1.0 from 1.
   return text.find_first_not_of("-0123456789") == std::string::npos ? text + ".0" : text;
 }
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-// How values are shown to people. Widths and limits count characters, not bytes.
+// Values as people read them. Widths and limits count characters, not bytes.
 
 double Seconds(const google::protobuf::Duration& duration);
 
@@ -17,11 +17,11 @@ std::string TimeText(double seconds);         // "83 µs", "12.5 ms", "1.25 s"
 std::string MemoryText(std::uint64_t bytes);  // "700 B", "1.5 MiB"
 std::string CountText(std::int64_t count, std::string_view singular, std::string_view plural);
 
-// One line of at most `limit` characters: white space runs become one blank, and what could
-// steer a terminal becomes visible.
+// One line of at most `limit` characters. Runs of white space become one blank, and control
+// characters become visible.
 std::string LineText(std::string_view text, std::size_t limit);
 
-// As it would stand in PHP source; arrays and objects as JSON.
+// As written in PHP source; arrays and objects as JSON.
 std::string ValueText(const quor::protobuf::QuorPHP::QVal& value, std::size_t limit);
 
 std::string AlignRight(const std::string& text, std::size_t width);

@@ -27,7 +27,7 @@ std::vector<TransactionTree::Node> TransactionTree::DepthFirst() const {
         continue;
       }
       nodes.push_back(node);
-      // Backwards, as the last one in is the first one out.
+      // In reverse, because a stack returns the last one first.
       const auto [first, last] = by_parent_.equal_range(node.transaction->ident());
       for (auto inner = last; inner != first;) {
         waiting.push_back({(--inner)->second, node.depth + 1});
@@ -39,7 +39,7 @@ std::vector<TransactionTree::Node> TransactionTree::DepthFirst() const {
       add_with_inner(transaction);
     }
   }
-  // What is left hangs in circles.
+  // The rest is in circles.
   for (const SqlTransaction& transaction : transactions_.transactions()) {
     add_with_inner(transaction);
   }

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-// Transactions under the ones around them. The numbers in the records are the writer's and
-// nobody has checked them: parents may be missing, numbers may repeat, links may form a circle.
+// Transactions nested in their parents. The numbers in the records are not checked: parents may be
+// missing, numbers may repeat, links may form a circle.
 class TransactionTree {
  public:
   struct Node {

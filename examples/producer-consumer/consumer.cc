@@ -1,5 +1,4 @@
-// Sums, request by request, the records that come on standard input, which may be damaged or
-// hostile.
+// Sums the records of each request from standard input, which may be damaged or hostile.
 
 #include <unistd.h>
 
@@ -13,7 +12,8 @@ namespace {
 
 constexpr const char* kUsage =
     "usage: consumer <STREAM\n"
-    "Sums the records of each request. STREAM is a row of google.protobuf.Any, each after its\n"
+    "Sums the records of each request. STREAM is a sequence of google.protobuf.Any, each after "
+    "its\n"
     "length.\n";
 
 // Memory for parsing stays below 100 bytes for each byte of a message.
@@ -36,7 +36,7 @@ int main(int argc, char** /*argv*/) {
   bool whole = true;
   for (std::string bytes; frames.Next(bytes);) {
     const std::string reason = report.Add(bytes);
-    if (!reason.empty()) {  // the frame is whole, so what follows can still be read
+    if (!reason.empty()) {  // the frame is complete, so the next one can be read
       Complain(frames, reason + ": left out");
       whole = false;
     }
@@ -45,7 +45,7 @@ int main(int argc, char** /*argv*/) {
     Complain(frames, frames.error() + ": what follows is lost");
     whole = false;
   }
-  report.Print(std::cout);  // all that came before is in it
+  report.Print(std::cout);
   if (!std::cout.flush()) {
     std::cerr << "consumer: the report could not be written\n";
     return 1;

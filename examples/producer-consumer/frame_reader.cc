@@ -10,7 +10,7 @@ bool FrameReader::Next(std::string& bytes) {
 
   const void* data = nullptr;
   int available = 0;
-  if (!stream_.Next(&data, &available)) {  // between two messages: the only good place to end
+  if (!stream_.Next(&data, &available)) {  // a stream may end between two messages only
     return stream_.GetErrno() != 0 && Stop(std::generic_category().message(stream_.GetErrno()));
   }
   stream_.BackUp(available);

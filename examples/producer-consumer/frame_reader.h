@@ -6,20 +6,20 @@
 #include <cstdint>
 #include <string>
 
-// Reads messages that follow their lengths, from a file descriptor that strangers may write to.
-// Throws nothing for any bytes, and takes no more memory than `max_size` bytes and a buffer.
+// Reads length-delimited messages from a file descriptor with untrusted input. Throws nothing for
+// any bytes, and takes no more memory than `max_size` bytes and a buffer.
 class FrameReader {
  public:
   FrameReader(int file, int max_size) : stream_(file), max_size_(max_size) {}
 
-  // Reads the bytes of the next message. False at the end, and when no message can follow any more:
+  // Reads the bytes of the next message. Returns false at the end, and if the stream is broken:
   // then error() says why.
   bool Next(std::string& bytes);
 
-  // Empty if all was well.
+  // Empty unless the stream is broken.
   const std::string& error() const { return error_; }
 
-  // Which message Next() was about, counted from 0, and where its length begins in the stream.
+  // The number of the message that Next() read last, from 0, and the offset of its length.
   std::string Position() const;
 
  private:

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# What consumer makes of what producer writes, and of streams that are damaged or hostile.
+# Runs consumer on the output of producer, and on damaged and hostile streams.
 # usage: pipe_test.sh PRODUCER CONSUMER
 set -euo pipefail
 
@@ -37,8 +37,8 @@ grep -qxF 'r200: 5 messages, 200 statements, 0 failed, 20100 rows, 40.200 s of S
 '1 errors, status 200 after 2.000 s' many || fail "200 requests: $(grep r200 many)"
 [[ $(wc -l <many) -eq 200 ]] || fail "not 200 requests"
 
-# Cut off at, before, behind and between the ends of the messages: whatever was whole is summed, and
-# only a cut between two messages can go unnoticed.
+# Cut off at, before, after and between the ends of the messages: complete messages are summed, and
+# only a cut between two messages goes unnoticed.
 mapfile -t bytes < <(od -An -v -tu1 -w1 whole)
 ends=(0)
 for ((at = 0; at < ${#bytes[@]};)); do
@@ -67,8 +67,8 @@ for ((number = 0; number < 13; ++number)); do
   done
 done
 
-# From here on bytes are as printf has them, each as \xNN.
-# any TYPE BYTES prints a message in an Any, behind its length; together below 128 bytes.
+# From here on bytes are written as printf reads them, each as \xNN.
+# any TYPE BYTES prints a message in an Any, after its length; together below 128 bytes.
 any() {
   local url="x/quor.protobuf.$1" size=$((${#2} / 4))
   printf '%b%s%b' "$(printf '\\x%02x\\x0a\\x%02x' $((${#url} + size + 4)) ${#url})" "$url" \
@@ -81,7 +81,7 @@ any QuorPHP.RInitData '\x3a\x01\x61' >begin
 # shellcheck disable=SC2059  # The line is a format.
 times() { printf "$begin_line" "$1"; }
 
-# (From a process substitution, since a pipe would count failures in a shell of its own.)
+# (From a process substitution: a pipe would count failures in a subshell.)
 # stops REASON, for the bytes on standard input with a good message before and after them
 stops() {
   cat begin - begin >input
@@ -95,7 +95,7 @@ over() { echo "says that it has $1 bytes, more than the 1048576 allowed"; }
 stops "$(over 1048577)" < <(printf '\x81\x80\x40')
 stops "$(over 4294967295)" < <(printf '\xff\xff\xff\xff\x0f')
 
-# leaves_out REASON, for the same; the runtime may add a line about UTF-8 to the errors
+# leaves_out REASON, for the same input; the runtime may add a line about UTF-8 to the errors
 leaves_out() {
   cat begin - begin >input
   local status=0
@@ -105,7 +105,7 @@ leaves_out() {
     fail "$1: exit status $status, prints: $(cat stdout stderr)"
   fi
 }
-# nested N: field 15 as a group, N inside each other
+# nested N: field 15 as a group, N levels deep
 nested() {
   local i open='' close=''
   for ((i = 0; i < $1; ++i)); do
@@ -113,16 +113,16 @@ nested() {
   done
   printf '%s' "$open$close"
 }
-no_any='is no google.protobuf.Any that names a type'
-leaves_out "$no_any" < <(printf '\x00')
-leaves_out "$no_any" < <(printf '\x02\xff\xff')
-leaves_out "$no_any" < <(printf '\x02\x12\x00')
-leaves_out "$no_any" < <(printf '%b' "\\x1a$(nested 13)")
-leaves_out 'is no valid quor.protobuf.QuorPHP.RInitData' < <(any QuorPHP.RInitData '\x30\xff')
-leaves_out 'is no valid quor.protobuf.QuorPHP.RShutdownData' < <(any QuorPHP.RShutdownData '\x32\x01\xff')
-leaves_out 'is no valid quor.protobuf.Tarq.Error' < <(any Tarq.Error "\\x0a\\x01\\x61$(nested 13)")
+not_any='is not a google.protobuf.Any that names a type'
+leaves_out "$not_any" < <(printf '\x00')
+leaves_out "$not_any" < <(printf '\x02\xff\xff')
+leaves_out "$not_any" < <(printf '\x02\x12\x00')
+leaves_out "$not_any" < <(printf '%b' "\\x1a$(nested 13)")
+leaves_out 'is not a valid quor.protobuf.QuorPHP.RInitData' < <(any QuorPHP.RInitData '\x30\xff')
+leaves_out 'is not a valid quor.protobuf.QuorPHP.RShutdownData' < <(any QuorPHP.RShutdownData '\x32\x01\xff')
+leaves_out 'is not a valid quor.protobuf.Tarq.Error' < <(any Tarq.Error "\\x0a\\x01\\x61$(nested 13)")
 
-# What is unusual, and right.
+# Unusual and valid.
 any QuorPHP.RInitData "\\x3a\\x01\\x61$(nested 12)" >deep
 consumes deep 0 "$(times 1)"
 { any Tarq.RawPostData '\x0a\x01\x61' && any Unheard.Of '\xff'; } >others
@@ -132,7 +132,7 @@ consumes escape 0 '\033[: 1 messages, 0 statements, 0 failed, 0 rows, 0.000 s of
 any QuorPHP.RShutdownData '\x32\x01\x61' >end_only
 consumes end_only 0 'a: 1 messages, 0 statements, 0 failed, 0 rows, 0.000 s of SQL, 0 calls, 0 errors, '\
 'begin not seen, status 0 after 0.000 s'
-# Two statements that failed: a negative number of rows, and the longest of all times twice.
+# Two statements that failed: a negative number of rows, and the longest duration twice.
 longest='\x08\xff\xff\xff\xff\xff\xff\xff\xff\x7f'
 query='\x12\x19\x42\x00\x4a\x0a'"$longest"'\x50\xff\xff\xff\xff\xff\xff\xff\xff\xff\x01'
 any Tarq.SqlQueries "\\x0a\\x01\\x61$query$query" >extreme
@@ -140,7 +140,7 @@ consumes extreme 0 'a: 1 messages, 2 statements, 2 failed, -2 rows, 184467440737
 '0 calls, 0 errors, begin not seen, not ended'
 consumes /dev/null 0 ''
 
-# A message of all the bytes that are allowed.
+# A message of the largest size that is allowed.
 {
   printf '\x80\x80\x40\x0a\x01x\x12\xf9\xff\x3f'
   head -c 1048569 /dev/zero

@@ -1,4 +1,4 @@
-// Writes the records of some requests to standard output: a stream of messages of several types.
+// Writes the records of some requests to standard output: a stream of several message types.
 
 #include <google/protobuf/any.pb.h>
 #include <google/protobuf/util/delimited_message_util.h>
@@ -23,8 +23,7 @@ constexpr const char* kUsage =
     "usage: producer REQUESTS\n"
     "Writes the records of that many requests, each in a google.protobuf.Any after its length.\n";
 
-// A reader cannot tell types apart by their bytes, so each message travels in an Any, which names
-// its type.
+// The bytes of a message do not tell its type, so each message travels in an Any, which names it.
 bool Write(const google::protobuf::Message& message, std::ostream& out) {
   google::protobuf::Any any;
   any.PackFrom(message);
@@ -81,7 +80,7 @@ RShutdownData End(int request) {
   return end;
 }
 
-// Requests run side by side, so their records are mixed; every second one has a warning.
+// Requests run in parallel, so their records are mixed. Every second request has a warning.
 bool WriteAll(int requests, std::ostream& out) {
   bool written = true;
   for (int i = 1; i <= requests; ++i) {

@@ -12,7 +12,7 @@ using quor::protobuf::QuorPHP::RInitData;
 using quor::protobuf::QuorPHP::RShutdownData;
 namespace Tarq = quor::protobuf::Tarq;
 
-// The schema's longest way down has seven levels; a newer one may have a few more.
+// The schema is at most seven levels deep; a newer one may have a few more.
 constexpr int kMaxDepth = 12;
 
 bool ParseShallow(const std::string& bytes, google::protobuf::Message& message) {
@@ -53,7 +53,7 @@ template <class M>
 std::string Report::AddAs(const Any& any) {
   M message;
   if (!ParseShallow(any.value(), message)) {
-    return "is no valid " + message.GetTypeName();
+    return "is not a valid " + message.GetTypeName();
   }
   auto found = requests_.find(message.queue_id());
   if (found == requests_.end()) {
@@ -70,7 +70,7 @@ std::string Report::AddAs(const Any& any) {
 std::string Report::Add(const std::string& bytes) {
   Any any;
   if (!ParseShallow(bytes, any) || any.type_url().empty()) {
-    return "is no google.protobuf.Any that names a type";
+    return "is not a google.protobuf.Any that names a type";
   }
   if (any.Is<RInitData>()) {
     return AddAs<RInitData>(any);
@@ -87,14 +87,14 @@ std::string Report::Add(const std::string& bytes) {
   if (any.Is<RShutdownData>()) {
     return AddAs<RShutdownData>(any);
   }
-  ++other_types_;  // a newer sender has types that are not known here: no reason to stop
+  ++other_types_;  // a newer sender may have types that are unknown here
   return "";
 }
 
 void Report::Print(std::ostream& out) const {
   out << std::fixed << std::setprecision(3);
   for (const auto& [queue_id, request] : requests_) {
-    // Escaped, since the text is a stranger's and the output may be a terminal.
+    // Escaped: the text is not trusted, and the output may be a terminal.
     out << google::protobuf::CEscape(queue_id) << ": " << request.messages << " messages, "
         << request.statements << " statements, " << request.failed_statements << " failed, "
         << request.rows << " rows, " << request.sql_seconds << " s of SQL, " << request.calls

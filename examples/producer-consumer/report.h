@@ -12,8 +12,8 @@
 #include <ostream>
 #include <string>
 
-// What the records with one `queue_id` add up to. Seconds are doubles: the longest durations that
-// a stranger can send must not overflow a sum.
+// Sums of the records with one `queue_id`. Seconds are doubles: no durations that a sender can
+// choose may overflow a sum.
 struct Request {
   std::int64_t messages = 0;
   std::int64_t statements = 0;
@@ -31,8 +31,8 @@ class Report {
  public:
   explicit Report(std::size_t max_requests) : max_requests_(max_requests) {}
 
-  // Adds a message, given by the bytes of a google.protobuf.Any. Returns why it was left out;
-  // empty if it was not. One of a type that the report has no column for counts as such.
+  // Adds a message, given as the bytes of a google.protobuf.Any. Returns why it was left out, or
+  // empty text. A message of a type without a column is counted as another type.
   std::string Add(const std::string& bytes);
 
   void Print(std::ostream& out) const;

@@ -1,4 +1,4 @@
-// Lists the values in a message, each with its path. The message's type is known by name alone.
+// Lists the values in a message, each with its path. The type is known by its name alone.
 
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/util/json_util.h>
@@ -22,7 +22,7 @@ constexpr const char* kUsage =
     "Prints a line 'path = value' for each value in a message of that type, such as\n"
     "quor.protobuf.Tarq.SqlQueries. MESSAGE is bytes; with --json, JSON.\n";
 
-// Empty if it was read; otherwise why not.
+// Returns why the input was not read, or empty text.
 std::string Read(const std::string& input, bool json, Message& message) {
   if (!json) {
     return message.ParseFromString(input)
@@ -34,7 +34,7 @@ std::string Read(const std::string& input, bool json, Message& message) {
 }
 
 int Run(const std::string& type, bool json) {
-  // Loading the library has registered its types; nothing here is compiled for any of them.
+  // Loading the library has registered its types. This program is not compiled for any of them.
   const auto* descriptor = DescriptorPool::generated_pool()->FindMessageTypeByName(type);
   if (descriptor == nullptr) {
     std::cerr << "reflection_walker: there is no type '" << type
@@ -46,7 +46,7 @@ int Run(const std::string& type, bool json) {
   const std::string input(std::istreambuf_iterator<char>(std::cin), {});
   const std::string reason = Read(input, json, *message);
   if (!reason.empty()) {
-    std::cerr << "reflection_walker: the input is no valid " << type << ": " << reason << '\n';
+    std::cerr << "reflection_walker: the input is not a valid " << type << ": " << reason << '\n';
     return 1;
   }
   Walk(*message, std::cout);

@@ -31,7 +31,7 @@ bool KeyIsLess(const Message* left, const Message* right) {
       return l.GetUInt64(*left, key) < r.GetUInt64(*right, key);
     case FieldDescriptor::CPPTYPE_BOOL:
       return !l.GetBool(*left, key) && r.GetBool(*right, key);
-    default:  // a key is nothing else but text
+    default:  // text is the only other type of a key
       return l.GetString(*left, key) < r.GetString(*right, key);
   }
 }
@@ -40,11 +40,11 @@ class Walker {
  public:
   explicit Walker(std::ostream& out) : out_(out) { printer_.SetUseUtf8StringEscaping(true); }
 
-  // Writes what is in a message; `path` leads to it.
+  // Writes the values in the message at `path`.
   void Fields(const Message& message, const std::string& path) const {
     const Reflection& reflection = *message.GetReflection();
     std::vector<const FieldDescriptor*> fields;
-    reflection.ListFields(message, &fields);  // those that are set; of a oneof, the chosen member
+    reflection.ListFields(message, &fields);  // those that are set
     const std::string prefix = path.empty() ? "" : path + ".";
     for (const FieldDescriptor* field : fields) {
       const std::string name = prefix + field->name();
@@ -96,7 +96,7 @@ class Walker {
     }
   }
 
-  // An undeclared value of an enum is its number.
+  // Prints an undeclared value of an enum as its number.
   std::string Text(const Message& message, const FieldDescriptor* field, int index) const {
     std::string text;
     printer_.PrintFieldValueToString(message, field, index, &text);

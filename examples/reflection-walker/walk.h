@@ -5,11 +5,11 @@
 
 #include <ostream>
 
-// Writes a line "path = value" for each value in a message of any type, in the order of the fields'
-// numbers: as in queries[0].rows = 12. Entries of a map come in the order of their keys, as in
-// attr_list[7].value_type = INTEGER; a message that is there and empty is {}. Unknown fields are
-// counted, in a line whose last name is <unknown>. Text is quoted, and its control characters are
-// escaped.
+// Writes a line "path = value" for each value in a message of any type, in the order of the field
+// numbers, for example queries[0].rows = 12. Entries of a map come in the order of their keys, for
+// example attr_list[7].value_type = INTEGER. An empty message that is present is {}. Unknown fields
+// are counted, in a line whose last name is <unknown>. Text is quoted, and its control characters
+// are escaped.
 void Walk(const google::protobuf::Message& message, std::ostream& out);
 
 #endif

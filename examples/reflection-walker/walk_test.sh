@@ -84,7 +84,7 @@ ends_with() {
     fail "$*: exit status $status: $(cat stdout stderr)"
   fi
 }
-complaint='reflection_walker: the input is no valid quor.protobuf.Login.Login:'
+complaint='reflection_walker: the input is not a valid quor.protobuf.Login.Login:'
 ends_with 1 "$complaint its 2 bytes are damaged or of another type" '\x0a\x05' quor.protobuf.Login.Login
 ends_with 1 "$complaint its 3 bytes are damaged or of another type" '\x0a\x01\xff' quor.protobuf.Login.Login
 ends_with 1 "$complaint host: Cannot find field." '{"host": 1}' --json quor.protobuf.Login.Login

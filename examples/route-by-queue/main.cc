@@ -1,4 +1,4 @@
-// Sorts jobs by their queue: reads one field of each job and copies the bytes of the others unread.
+// Sorts jobs by their queue: reads one field of each job and copies the other bytes unread.
 
 #include <filesystem>
 #include <fstream>
@@ -20,7 +20,7 @@ constexpr const char* kProgram = "route_by_queue";
 constexpr const char* kUsage =
     "usage: route_by_queue FILE FOLDER\n"
     "Sorts the jobs of FILE, a quor.protobuf.JQ.JobList, into one list for each queue:\n"
-    "FOLDER/QUEUE_ID.pb. FOLDER is made if it is not there.\n";
+    "FOLDER/QUEUE_ID.pb. FOLDER is created if it does not exist.\n";
 
 struct Queue {
   std::string list;  // the bytes of a JobList
@@ -50,7 +50,7 @@ Queues Route(const std::string& path, const std::string& list) {
                                   protozero::pbf_wire_type::length_delimited)) {
         throw std::runtime_error(path + ": field " + std::to_string(fields.tag()) +
                                  " beside the jobs belongs to no queue: build this program with "
-                                 "the schema files of whoever wrote it");
+                                 "the schema files of its writer");
       }
       const protozero::data_view job = fields.get_view();
       Queue& queue = queues[QueueId(job)];
@@ -82,7 +82,7 @@ int main(int argc, char** argv) {
   }
   try {
     const std::filesystem::path folder = argv[2];
-    // All or nothing: what is damaged shows before the first file is written.
+    // All or nothing: damaged input is refused before the first file is written.
     const Queues queues = Route(argv[1], ReadFile(argv[1]));
     std::filesystem::create_directories(folder);
     for (const auto& [id, queue] : queues) {

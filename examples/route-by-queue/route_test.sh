@@ -99,7 +99,7 @@ refuses '\x0A\x0B\x28\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF' \
 refuses "$first"'\x0A\x02\x00\x00' "$(damaged 2 'invalid tag exception')"
 refuses '\x0A\x01\x2B' "$(damaged 1 'unknown pbf field type exception')"
 refuses "$first"'\x10\x01' 'field 2 beside the jobs belongs to no queue:'\
-' build this program with the schema files of whoever wrote it'
+' build this program with the schema files of its writer'
 
 # Cut off after each byte: only a cut between two jobs can go unnoticed.
 printf '%b' "$first$second$third" >whole
@@ -119,7 +119,7 @@ complains() {
   [[ $status -eq $expected && "$(tail -n 1 stderr)" == "$line" ]] ||
     fail "$*: exit status $status: $(cat stderr)"
 }
-usage='FOLDER/QUEUE_ID.pb. FOLDER is made if it is not there.'
+usage='FOLDER/QUEUE_ID.pb. FOLDER is created if it does not exist.'
 complains 2 "$usage"
 complains 2 "$usage" input
 unreadable='cannot be opened: check the name and its permissions'

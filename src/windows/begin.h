@@ -1,6 +1,6 @@
 #ifndef QMSG_EXPORT
 #ifndef _MSC_VER
-#define QMSG_EXPORT  // qmsg.def lists what is exported, and the linker finds data by itself
+#define QMSG_EXPORT  // qmsg.def lists the exports, and the linker imports data automatically
 #elif defined(QMSG_BUILDS_DLL)
 #define QMSG_EXPORT __declspec(dllexport)
 #else
@@ -8,11 +8,11 @@
 #endif
 #endif
 
-// The runtime's headers have to know that it is a DLL.
+// Tells the runtime's headers that the runtime is a DLL.
 #ifndef PROTOBUF_USE_DLLS
 #define PROTOBUF_USE_DLLS
 #endif
 
-// Macros of windows.h that are names here, too. They are back behind the header.
+// A macro of windows.h that is also a name in these headers. end.h restores it.
 #pragma push_macro("ERROR")
 #undef ERROR

@@ -4,9 +4,9 @@ enable_language(RC)
 configure_file(windows/version.rc.in qmsg.rc @ONLY)
 target_sources(qmsg PRIVATE windows/dll_main.cc "${CMAKE_CURRENT_BINARY_DIR}/qmsg.rc")
 target_compile_features(qmsg PRIVATE cxx_std_11)
-# The same bytes whenever it is built.
+# A rebuild gives the same bytes.
 target_link_options(qmsg PRIVATE LINKER:--no-insert-timestamp)
 
-# The runtime's headers have to know that it is a DLL, in whichever order headers are included.
+# Tells the runtime's headers that the runtime is a DLL, even if they are included first.
 target_compile_definitions(qmsg_objects PRIVATE PROTOBUF_USE_DLLS QMSG_BUILDS_DLL)
 target_compile_definitions(qmsg INTERFACE PROTOBUF_USE_DLLS)

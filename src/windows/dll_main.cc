@@ -4,7 +4,7 @@
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE library, DWORD reason, LPVOID /*reserved*/) {
   if (reason == DLL_PROCESS_ATTACH) {
-    // Threads come and go without a call. If that cannot be had, they come and go with one.
+    // Saves the calls for each thread. If it fails, the calls do no harm.
     DisableThreadLibraryCalls(library);
   }
   return TRUE;

@@ -1,9 +1,9 @@
-# What differs for Windows before anything is compiled. Included by CMakeLists.txt.
+# Settings for Windows that are needed before anything is compiled. Included by CMakeLists.txt.
 
 # The linker runs initialisers from the last object to the first.
 list(REVERSE generated_sources)
 
-# The headers say what the library exports, and stand windows.h on either side of them.
+# The headers mark exported classes, and can be included before or after windows.h.
 set(cpp_options "dllexport_decl=QMSG_EXPORT:")
 set(after_protoc COMMAND "${CMAKE_COMMAND}" "-DFOLDER=${generated_dir}"
   -P "${CMAKE_CURRENT_SOURCE_DIR}/windows/wrap_headers.cmake"

@@ -1,5 +1,5 @@
 # Usage: cmake -DFOLDER=FOLDER -P wrap_headers.cmake
-# Puts what begin.h and end.h hold around the content of each generated header in FOLDER.
+# Puts begin.h before and end.h after the content of each generated header in FOLDER.
 foreach(part begin end)
   file(READ "${CMAKE_CURRENT_LIST_DIR}/${part}.h" ${part})
 endforeach()

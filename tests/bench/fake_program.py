@@ -1,8 +1,8 @@
 #!/usr/bin/python3 -IS
-"""Stands for all programs that ./dev bench runs, under their names, with figures easily foreseen.
+"""Replaces all programs that ./dev bench runs, under their names, with predictable figures.
 
-A message of any workload has 1000 bytes, of growth_x/N it has 1000 N. bench_qmsg takes a nanosecond
-for each byte, half of it with another allocator; bench_rival takes twice as long. FAKE_MISTAKE is
+A message of any workload has 1000 bytes, one of growth_x/N 1000 N. bench_qmsg takes a nanosecond
+for each byte, half of it with another allocator; bench_baseline takes twice as long. FAKE_MISTAKE is
 what one of them does wrong.
 """
 
@@ -28,7 +28,7 @@ def benchmark(side, arguments):
     given = dict(argument.split("=", 1) for argument in arguments)
     if "--benchmark_list_tests" in given:
         return "\n".join(ROWS)
-    time = {"qmsg": 1, "rival": 2}[side] / (2 if os.environ.get("LD_PRELOAD") else 1)
+    time = {"qmsg": 1, "baseline": 2}[side] / (2 if os.environ.get("LD_PRELOAD") else 1)
     entries = [entry(row, time) for row in ROWS if re.search(given["--benchmark_filter"], row)]
     if mistake == "operation":
         entries[0] = {"name": entries[0]["name"], "error_occurred": True,
@@ -45,20 +45,20 @@ name = pathlib.Path(sys.argv[0]).name
 mistake = os.environ.get("FAKE_MISTAKE", "")
 if mistake == "status":
     sys.exit("out of order")
-if name in ("bench_qmsg", "bench_rival"):
+if name in ("bench_qmsg", "bench_baseline"):
     print(benchmark(name.partition("_")[2], sys.argv[1:]))
 elif name == "bench_startup":
     print("fast" if mistake == "startup" else
-          "6000\t40" if "rival" in sys.argv[2] else "3000\t20")
+          "6000\t40" if "baseline" in sys.argv[2] else "3000\t20")
 elif name.startswith("bench_first_reflection"):
     print("8000\t16")
 elif name == "bench_workloads":
     folder = pathlib.Path(sys.argv[1])
     folder.mkdir(exist_ok=True)
     (folder / "SqlQueries.pb").write_bytes(bytes(1000))
-elif name == "peer":
-    print("SqlQuery\tparse" if mistake == "peer" else
-          "Sql\tparse\t3" if mistake == "peer workload" else
+elif name == "implementation":
+    print("SqlQuery\tparse" if mistake == "implementation" else
+          "Sql\tparse\t3" if mistake == "implementation workload" else
           "\n".join(f"{workload}\tparse\t4000.0" for workload in WORKLOADS))
 elif name == "limit":
     print("SqlQuery\tcopy\t100")

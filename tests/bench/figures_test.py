@@ -1,4 +1,4 @@
-"""What becomes of the times of all rounds, on times with which it can be done by hand."""
+"""The statistics over the times of all rounds, on times that are easy to work out by hand."""
 
 import unittest
 
@@ -10,20 +10,20 @@ import page
 
 class Ratio(unittest.TestCase):
     def test_is_that_of_the_medians_whatever_a_slow_round_did(self):
-        self.assertEqual(figures.ratio({"qmsg": [10, 1000, 11], "rival": [22, 20, 33]}), 2.0)
+        self.assertEqual(figures.ratio({"qmsg": [10, 1000, 11], "baseline": [22, 20, 33]}), 2.0)
 
     def test_spreads_over_the_middle_half_of_the_rounds(self):
         # The rounds' ratios are 1, 2, 3, 4 and 9.
-        times = {"qmsg": [1, 10, 1, 2, 1], "rival": [9, 10, 3, 4, 4]}
+        times = {"qmsg": [1, 10, 1, 2, 1], "baseline": [9, 10, 3, 4, 4]}
         self.assertEqual(figures.spread(times), (2.0, 4.0))
 
     def test_of_a_single_round_does_not_spread(self):
-        self.assertEqual(figures.spread({"qmsg": [2], "rival": [3]}), (1.5, 1.5))
+        self.assertEqual(figures.spread({"qmsg": [2], "baseline": [3]}), (1.5, 1.5))
 
 
 class Means(unittest.TestCase):
     measured = {"qmsg": {"parse/A": [1], "parse/B": [1], "parse_arena/A": [1]},
-                "rival": {"parse/A": [1], "parse/B": [4], "parse_arena/A": [50]}}
+                "baseline": {"parse/A": [1], "parse/B": [4], "parse_arena/A": [50]}}
 
     def test_are_geometric_over_the_workloads_of_one_operation(self):
         self.assertAlmostEqual(figures.mean_ratio(self.measured, "parse"), 2.0)

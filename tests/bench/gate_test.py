@@ -1,4 +1,4 @@
-"""Which results pass the gate, and what is said of those that do not."""
+"""Which results pass the gate, and what it prints for the others."""
 
 import copy
 import unittest
@@ -8,11 +8,11 @@ import support  # finds the modules
 import gate
 
 
-def side(qmsg, rival):
-    return {"qmsg": qmsg, "rival": rival}
+def side(qmsg, baseline):
+    return {"qmsg": qmsg, "baseline": baseline}
 
 
-# Just what is wanted, and no more.
+# Every figure just meets its target.
 PASSES = {
     "operations": side(
         {"serialise/A": [100.0], "parse/A": [100.0], "parse_arena/A": [100.0], "build/A": [100.0],
@@ -31,7 +31,7 @@ PASSES = {
 
 class Gate(unittest.TestCase):
     def missed(self, *steps, value):
-        """What is missed when the value found by the steps is another."""
+        """The missed targets when the value at the end of the steps is replaced."""
         results = copy.deepcopy(PASSES)
         found = results
         for step in steps[:-1]:
@@ -39,7 +39,7 @@ class Gate(unittest.TestCase):
         found[steps[-1]] = value
         return gate.missed(results)
 
-    def test_opens_to_what_reaches_all_targets(self):
+    def test_passes_results_that_meet_all_targets(self):
         self.assertEqual(gate.missed(PASSES), [])
 
     def test_names_the_operation_whose_mean_is_too_low(self):
@@ -50,26 +50,26 @@ class Gate(unittest.TestCase):
                 ("build", 99.0, "build, geometric mean: 0.990, wanted at least 1.0")):
             with self.subTest(operation=operation):
                 self.assertEqual(
-                    self.missed("operations", "rival", f"{operation}/A", value=[time]), [line])
+                    self.missed("operations", "baseline", f"{operation}/A", value=[time]), [line])
 
     def test_names_the_single_row_that_is_too_slow(self):
-        self.assertEqual(self.missed("operations", "rival", "size/A", value=[96.0]),
+        self.assertEqual(self.missed("operations", "baseline", "size/A", value=[96.0]),
                          ["size/A: 0.960, wanted at least 0.97"])
 
-    def test_takes_the_best_allocator_against_the_rival_with_malloc(self):
+    def test_takes_the_best_allocator_against_the_baseline_with_malloc(self):
         self.assertEqual(
-            self.missed("allocators", "malloc", "rival", value={"parse/A": [210.0]}),
-            ["parse with quick, against the rival with malloc: 2.102, wanted at least 2.2"])
+            self.missed("allocators", "malloc", "baseline", value={"parse/A": [210.0]}),
+            ["parse with quick, against the baseline with malloc: 2.102, wanted at least 2.2"])
 
-    def test_is_shut_where_no_allocator_was_measured(self):
+    def test_fails_when_no_allocator_was_measured(self):
         self.assertEqual(
             self.missed("allocators", value={"malloc": PASSES["allocators"]["malloc"]}),
-            ["parse with an allocator: not measured, for there is none to preload"])
+            ["parse with an allocator: not measured, because none can be preloaded"])
 
-    def test_is_shut_to_a_library_that_loads_slowly_or_takes_more_memory(self):
+    def test_fails_for_a_library_that_loads_slowly_or_takes_more_memory(self):
         self.assertEqual(
             self.missed("startup", "dlopen_now", "qmsg", "nanoseconds", value=[560.0]),
-            ["time of dlopen against the rival: 0.560, wanted at most 0.55"])
+            ["time of dlopen against the baseline: 0.560, wanted at most 0.55"])
         self.assertEqual(
             self.missed("startup", "dlopen_now", "qmsg", "kibibytes", value=[30, 36, 80]),
             ["private memory of dlopen, KiB: 36.000, wanted at most 32"])

@@ -1,4 +1,4 @@
-"""./dev bench from beginning to end, on fake programs, and what it says of mistakes."""
+"""./dev bench from beginning to end, on fake programs, and its messages for mistakes."""
 
 import contextlib
 import io
@@ -17,7 +17,7 @@ from run import Failure
 
 
 class BuildFolder(unittest.TestCase):
-    """The programs are in a folder that is the same for all tests of a class."""
+    """All tests of a class use the same build folder."""
 
     @classmethod
     def setUpClass(cls):
@@ -35,7 +35,7 @@ class BuildFolder(unittest.TestCase):
 
     @classmethod
     def bench(cls, *arguments):
-        """(status, what is printed)"""
+        """(status, printed text)"""
         printed = io.StringIO()
         with contextlib.redirect_stdout(printed), contextlib.redirect_stderr(io.StringIO()):
             status = bench.main([*arguments, str(cls.build)])
@@ -88,16 +88,16 @@ class Page(BuildFolder):
             self.assertIn(f"\n{line}\n", self.page)
         self.assertIn("GCC 1.2, protobuf 3.21.9", self.page)
 
-    def test_has_no_word_of_what_is_not_there_nor_of_this_machines_folders(self):
+    def test_names_neither_missing_allocators_nor_folders_of_this_machine(self):
         self.assertNotIn("absent", self.page)
         self.assertNotIn(str(self.build), self.page)
 
     def test_shows_charts_that_are_the_same_each_time(self):
         before = self.charts()
-        self.assertEqual(set(before), {"operations.svg", "growth.svg", "peers.svg"})
+        self.assertEqual(set(before), {"operations.svg", "growth.svg", "implementations.svg"})
         for name in before:
             self.assertIn(f"(performance/{name})", self.page)
-        self.assertIn(b">someone<", before["peers.svg"])
+        self.assertIn(b">someone<", before["implementations.svg"])
         self.bench("--quick", "--report-only")
         self.assertEqual(self.charts(), before)
 
@@ -110,7 +110,7 @@ class Page(BuildFolder):
                 self.assertEqual(sorted(os.listdir(docs)), ["performance", "performance.md"])
 
     def test_is_followed_by_the_gate(self):
-        self.assertEqual(self.bench("--gate"), (0, "All targets are reached.\n"))
+        self.assertEqual(self.bench("--gate"), (0, "All targets are met.\n"))
         with mock.patch.dict("gate.OPERATION_TARGETS", serialise=2.5):
             self.assertEqual(self.bench("--gate"),
                              (1, "serialise, geometric mean: 2.000, wanted at least 2.5\n"))
@@ -124,28 +124,29 @@ class Mistakes(BuildFolder):
         with self.assertRaisesRegex(Failure, "no row matches 'Sqlquery'. Rows are such as "):
             self.bench("--filter", "Sqlquery")
 
-    def test_a_filter_that_is_no_expression(self):
+    def test_a_filter_that_is_not_a_regular_expression(self):
         with self.assertRaises(SystemExit) as ended:
             self.bench("--filter", "(")
         self.assertEqual(ended.exception.code, 2)
 
-    def test_programs_that_fail_or_print_something_else(self):
+    def test_programs_that_fail_or_print_the_wrong_thing(self):
         for mistake, complaint in (
                 ("status", "bench_qmsg' --benchmark_list_tests=true\nended with status 1: "
                            "out of order"),
                 ("operation", "bench_qmsg failed at parse/Event: refused"),
                 ("missing", "bench_qmsg does not measure parse/Event"),
-                ("text", "bench_qmsg printed something else than JSON: no JSON")):
+                ("text", "bench_qmsg did not print JSON: no JSON")):
             with self.subTest(mistake):
                 os.environ["FAKE_MISTAKE"] = mistake
                 with self.assertRaisesRegex(Failure, complaint):
                     self.bench("--filter", "^parse/Event")
 
-    def test_other_programs_that_print_something_else(self):
+    def test_other_programs_that_print_the_wrong_thing(self):
         for mistake, complaint in (
                 ("startup", "bench_startup printed no time and memory: fast"),
-                ("peer", r"peer' printed no measure of a workload: 'SqlQuery.*parse'"),
-                ("peer workload", r"peer' printed no measure of a workload: 'Sql.*3'")):
+                ("implementation", r"implementation' did not print a measurement: 'SqlQuery.*parse'"),
+                ("implementation workload",
+                 r"implementation' did not print a measurement: 'Sql.*3'")):
             with self.subTest(mistake):
                 os.environ["FAKE_MISTAKE"] = mistake
                 with self.assertRaisesRegex(Failure, complaint):
@@ -158,14 +159,14 @@ class Mistakes(BuildFolder):
             with self.assertRaisesRegex(Failure, "cannot run .*bench_qmsg: No such file"):
                 bench.main(["--filter", "parse", empty])
 
-    def test_a_list_of_peers_with_a_line_that_names_none(self):
-        peers = self.build / "several.txt"
-        peers.write_text("one\tcommand\ntwo command\n")
+    def test_a_list_of_implementations_with_a_line_that_names_none(self):
+        listed = self.build / "several.txt"
+        listed.write_text("one\tcommand\ntwo command\n")
         with self.assertRaisesRegex(Failure, "several.txt, line 2: .*'two command'"):
-            run.listed_peers(peers)
+            run.listed_implementations(listed)
 
-    def test_results_that_are_not_there_or_not_whole(self):
-        with self.assertRaisesRegex(Failure, "results.json is not there. First: ./dev bench"):
+    def test_results_that_are_missing_or_incomplete(self):
+        with self.assertRaisesRegex(Failure, "results.json does not exist. First: ./dev bench"):
             self.bench("--gate")
         results = self.build / "results.json"
         self.addCleanup(results.unlink)
@@ -178,7 +179,7 @@ class Running(unittest.TestCase):
     def test_sides_take_turns_and_swap_their_order(self):
         self.assertEqual(list(run.alternate(3, ("a", "b"))), ["a", "b", "b", "a", "a", "b"])
 
-    def test_a_tool_that_fails_is_told(self):
+    def test_a_tool_that_fails_is_reported(self):
         with self.assertRaisesRegex(Failure, "^sh -c .* ended with status 1: out of order"):
             tool.seconds(("sh", "-c", "cat >&2; false", self.given("out of order")))
 
@@ -191,7 +192,7 @@ class Running(unittest.TestCase):
         print(text, file=file)
         return file.name
 
-    def test_relocations_that_need_no_name_do_not_count(self):
+    def test_relocations_without_a_symbol_do_not_count(self):
         printed = """
 Relocation section '.rela.dyn' at offset 0x59980 contains 3 entries:
     Offset             Info             Type               Symbol's Value  Symbol's Name + Addend

@@ -1,4 +1,4 @@
-"""Where the modules under test are, and a build folder of fake programs."""
+"""Makes the modules under test importable, and a build folder of fake programs."""
 
 import pathlib
 import sys
@@ -9,9 +9,9 @@ sys.path.insert(0, str(HERE.parents[1] / "bench"))
 # pylint: disable=wrong-import-position
 import run
 
-PROGRAMS = ("bench_qmsg", "bench_rival", "bench_startup", "bench_workloads",
-            "bench_first_reflection_qmsg", "bench_first_reflection_rival", "peer", "limit")
-LIBRARIES = ("src/libqmsg.so", "bench/rival/libqmsg_rival.so")
+PROGRAMS = ("bench_qmsg", "bench_baseline", "bench_startup", "bench_workloads",
+            "bench_first_reflection_qmsg", "bench_first_reflection_baseline", "implementation", "limit")
+LIBRARIES = ("src/libqmsg.so", "bench/baseline/libqmsg_baseline.so")
 
 
 def make_build_folder(folder):
@@ -21,12 +21,12 @@ def make_build_folder(folder):
         (folder / library).symlink_to(pathlib.Path(sys.executable).resolve())
     for program in PROGRAMS:
         (folder / "bench" / program).symlink_to(HERE / "fake_program.py")
-    (folder / "peers.txt").write_text(
-        f"someone\t'{folder}/bench/peer'\n"
+    (folder / "benchmarks.txt").write_text(
+        f"someone\t'{folder}/bench/implementation'\n"
         f"limit: memcpy\t'{folder}/bench/limit'\n"
         "nobody\tskipped: its compiler is missing\n")
 
 
 def allocators(**more):
-    """The C library's allocator and such as are given; any library will do."""
+    """Only the C library's allocator and those given; any library will do."""
     return mock.patch.dict(run.ALLOCATORS, {run.MALLOC: "", **more}, clear=True)

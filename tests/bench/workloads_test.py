@@ -1,4 +1,4 @@
-"""The workloads are what bench/workloads.h says, and the same in every process."""
+"""The workloads are as bench/workloads.h says, and the same in every process."""
 
 import json
 import os

@@ -3,239 +3,262 @@
 #include <google/protobuf/descriptor.h>
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <type_traits>
+#include <set>
 
-#include "message_list.h"
-#include "prototypes.h"
+#include "field_accessors.h"
+#include "support/message_list.h"
+#include "support/wire.h"
 
 namespace contract {
 namespace {
 
-template <class M>
-const FieldDescriptor* Field(const char* name) {
-  return M::descriptor()->FindFieldByName(name);
-}
+using Strings = std::vector<std::string>;
 
-template <class M>
-void ExpectOnly(const M& message, const char* field) {
+// Just this field is set.
+void ExpectOnly(const Message& message, const FieldDescriptor* field) {
   std::vector<const FieldDescriptor*> set;
   message.GetReflection()->ListFields(message, &set);
-  EXPECT_EQ(set, std::vector<const FieldDescriptor*>{Field<M>(field)});
+  EXPECT_EQ(set, std::vector<const FieldDescriptor*>{field});
 }
 
-template <class M>
-void ExpectNothing(const M& message) {
-  EXPECT_EQ(message.SerializeAsString(), "");
+void ExpectNothing(const Message& message) { EXPECT_EQ(message.SerializeAsString(), ""); }
+
+bool IsOneofMember(const FieldDescriptor* field) { return field->containing_oneof() != nullptr; }
+
+std::string KindOf(const FieldDescriptor& field) {
+  const bool is_string = field.type() == FieldDescriptor::TYPE_STRING;
+  const bool is_message = field.type() == FieldDescriptor::TYPE_MESSAGE;
+  return std::string(field.is_repeated() ? "repeated " : "") + (is_string    ? "string"
+                                                                : is_message ? "message"
+                                                                             : "scalar");
 }
 
-TEST(ScalarAccessors, SetReadAndClear){
-#define SCALAR_FIELD(M, x)                             \
-  {                                                    \
-    SCOPED_TRACE(#M "." #x);                           \
-    M message;                                         \
-    using Value = std::decay_t<decltype(message.x())>; \
-    EXPECT_EQ(message.x(), static_cast<Value>(0));     \
-    message.set_##x(static_cast<Value>(1));            \
-    EXPECT_EQ(message.x(), static_cast<Value>(1));     \
-    ExpectOnly(message, #x);                           \
-    message.clear_##x();                               \
-    EXPECT_EQ(message.x(), static_cast<Value>(0));     \
-    ExpectNothing(message);                            \
+TEST(FieldAccessors, AreListedForEachFieldOnceWithItsKind) {
+  std::multiset<std::string> declared;
+  std::multiset<std::string> declared_members;
+  for (const Message* prototype : Prototypes()) {
+    for (const FieldDescriptor* field : Fields(*prototype)) {
+      if (!field->is_map()) {
+        declared.insert(field->full_name() + ": " + KindOf(*field));
+      }
+      if (IsOneofMember(field)) {
+        declared_members.insert(field->full_name());
+      }
+    }
   }
-#include "field_list.inc"
+  std::multiset<std::string> listed;
+  const auto add = [&listed](const auto& fields, const char* kind) {
+    for (const auto& each : fields) {
+      listed.insert(each.field->full_name() + ": " + kind);
+    }
+  };
+  add(ScalarFields(), "scalar");
+  add(StringFields(), "string");
+  add(MessageFields(), "message");
+  add(RepeatedStringFields(), "repeated string");
+  add(RepeatedMessageFields(), "repeated message");
+  EXPECT_EQ(listed, declared);
+
+  std::multiset<std::string> listed_members;
+  for (const OneofMember& member : OneofMembers()) {
+    listed_members.insert(member.field->full_name());
+  }
+  EXPECT_EQ(listed_members, declared_members);
+}
+
+// The value whose varint is the longest, as the field gives it back.
+std::int64_t Longest(const FieldDescriptor& field) {
+  switch (field.type()) {
+    case FieldDescriptor::TYPE_BOOL:
+      return 1;
+    case FieldDescriptor::TYPE_UINT32:
+      return 0xffffffff;
+    default:
+      return -1;
+  }
+}
+
+// The field's bytes. A double is -1 or 1.
+std::string BytesOf(const FieldDescriptor& field, std::int64_t value) {
+  return field.type() == FieldDescriptor::TYPE_DOUBLE
+             ? wire::Fixed64Field(field.number(),
+                                  value < 0 ? 0xbff0'0000'0000'0000 : 0x3ff0'0000'0000'0000)
+             : wire::VarintField(field.number(), static_cast<std::uint64_t>(value));
+}
+
+TEST(ScalarAccessors, SetReadAndClear) {
+  ForEach(ScalarFields(), [](const ScalarField& of) {
+    const std::unique_ptr<Message> message = NewOnHeap(of.prototype);
+    EXPECT_EQ(of.get(*message), 0);
+    for (const std::int64_t value : {std::int64_t{1}, Longest(*of.field)}) {
+      of.set(*message, value);
+      EXPECT_EQ(of.get(*message), value);
+      ExpectOnly(*message, of.field);
+      EXPECT_EQ(message->SerializeAsString(), BytesOf(*of.field, value));
+
+      const std::unique_ptr<Message> read = NewOnHeap(of.prototype);
+      ASSERT_TRUE(read->ParseFromString(BytesOf(*of.field, value)));
+      EXPECT_EQ(of.get(*read), value);
+    }
+    of.clear(*message);
+    EXPECT_EQ(of.get(*message), 0);
+    ExpectNothing(*message);
+  });
+}
+
+TEST(ScalarAccessors, ShowPresenceInOneofsOnly) {
+  ForEach(ScalarFields(), [](const ScalarField& of) {
+    EXPECT_EQ(of.has_presence, IsOneofMember(of.field));
+    const std::unique_ptr<Message> message = NewOnHeap(of.prototype);
+    of.set(*message, 0);
+    EXPECT_EQ(!message->SerializeAsString().empty(), IsOneofMember(of.field));
+  });
 }
 
 TEST(StringAccessors, SetReadChangeAndClear) {
-  const std::string text = "a string";
-#define STRING_FIELD(M, x)                               \
-  {                                                      \
-    SCOPED_TRACE(#M "." #x);                             \
-    M message;                                           \
-    EXPECT_EQ(message.x(), "");                          \
-    EXPECT_EQ(&message.x(), &M::default_instance().x()); \
-    message.set_##x(text);                               \
-    EXPECT_EQ(message.x(), "a string");                  \
-    ExpectOnly(message, #x);                             \
-    message.set_##x("a pointer");                        \
-    EXPECT_EQ(message.x(), "a pointer");                 \
-    message.set_##x("pointer and length", 7);            \
-    EXPECT_EQ(message.x(), "pointer");                   \
-    message.set_##x(std::string("moved"));               \
-    EXPECT_EQ(message.x(), "moved");                     \
-    message.mutable_##x()->append(" on");                \
-    EXPECT_EQ(message.x(), "moved on");                  \
-    message.clear_##x();                                 \
-    EXPECT_EQ(message.x(), "");                          \
-    ExpectNothing(message);                              \
-  }
-#include "field_list.inc"
+  ForEach(StringFields(), [](const StringField& of) {
+    const std::unique_ptr<Message> message = NewOnHeap(of.prototype);
+    EXPECT_EQ(of.get(*message), "");
+    EXPECT_EQ(&of.get(*message), &of.get(of.prototype));
+    of.set(*message, "a string");
+    EXPECT_EQ(of.get(*message), "a string");
+    ExpectOnly(*message, of.field);
+    EXPECT_EQ(message->SerializeAsString(),
+              wire::LengthDelimitedField(of.field->number(), "a string"));
+    of.set_c_string(*message, "a pointer");
+    EXPECT_EQ(of.get(*message), "a pointer");
+    of.set_length(*message, "pointer and length", 7);
+    EXPECT_EQ(of.get(*message), "pointer");
+    of.set_moved(*message, "moved");
+    EXPECT_EQ(of.get(*message), "moved");
+    of.mutate(*message)->append(" on");
+    EXPECT_EQ(of.get(*message), "moved on");
+    of.clear(*message);
+    EXPECT_EQ(of.get(*message), "");
+    ExpectNothing(*message);
+  });
 }
 
-TEST(MessageAccessors, ShowPresenceAndReadTheDefaultInstanceWhenAbsent){
-#define MESSAGE_FIELD(M, x)                            \
-  {                                                    \
-    SCOPED_TRACE(#M "." #x);                           \
-    M message;                                         \
-    using Sub = std::decay_t<decltype(message.x())>;   \
-    EXPECT_FALSE(M::default_instance().has_##x());     \
-    EXPECT_FALSE(message.has_##x());                   \
-    EXPECT_EQ(&message.x(), &Sub::default_instance()); \
-    EXPECT_FALSE(message.has_##x());                   \
-    Sub* const sub = message.mutable_##x();            \
-    EXPECT_TRUE(message.has_##x());                    \
-    EXPECT_EQ(&message.x(), sub);                      \
-    EXPECT_EQ(message.mutable_##x(), sub);             \
-    ExpectOnly(message, #x);                           \
-    message.clear_##x();                               \
-    EXPECT_FALSE(message.has_##x());                   \
-    EXPECT_EQ(&message.x(), &Sub::default_instance()); \
-    ExpectNothing(message);                            \
-  }
-#include "field_list.inc"
+TEST(StringAccessors, ShowPresenceInOneofsOnly) {
+  ForEach(StringFields(), [](const StringField& of) {
+    EXPECT_EQ(of.has_presence, IsOneofMember(of.field));
+    const std::unique_ptr<Message> message = NewOnHeap(of.prototype);
+    of.set(*message, "");
+    EXPECT_EQ(!message->SerializeAsString().empty(), IsOneofMember(of.field));
+  });
+}
+
+TEST(StringAccessors, ReadTheLastOfSeveralTexts) {
+  ForEach(StringFields(), [](const StringField& of) {
+    const std::unique_ptr<Message> message = NewOnHeap(of.prototype);
+    ASSERT_TRUE(message->ParseFromString(wire::LengthDelimitedField(of.field->number(), "first") +
+                                         wire::LengthDelimitedField(of.field->number(), "last")));
+    EXPECT_EQ(of.get(*message), "last");
+  });
+}
+
+TEST(MessageAccessors, ShowPresenceAndReadTheDefaultInstanceWhenAbsent) {
+  ForEach(MessageFields(), [](const MessageField& of) {
+    const std::unique_ptr<Message> message = NewOnHeap(of.prototype);
+    EXPECT_FALSE(of.has(of.prototype));
+    EXPECT_FALSE(of.has(*message));
+    EXPECT_EQ(&of.get(*message), &of.value);
+    EXPECT_FALSE(of.has(*message));
+    const Message* const sub = of.mutate(*message);
+    EXPECT_TRUE(of.has(*message));
+    EXPECT_EQ(&of.get(*message), sub);
+    EXPECT_EQ(of.mutate(*message), sub);
+    ExpectOnly(*message, of.field);
+    EXPECT_EQ(message->SerializeAsString(), wire::LengthDelimitedField(of.field->number(), ""));
+    of.clear(*message);
+    EXPECT_FALSE(of.has(*message));
+    EXPECT_EQ(&of.get(*message), &of.value);
+    ExpectNothing(*message);
+  });
 }
 
 TEST(RepeatedStringAccessors, AddSetReadAndClear) {
-  const std::string text = "a string";
-#define REPEATED_STRING_FIELD(M, x)                                                           \
-  {                                                                                           \
-    SCOPED_TRACE(#M "." #x);                                                                  \
-    M message;                                                                                \
-    EXPECT_EQ(message.x##_size(), 0);                                                         \
-    EXPECT_EQ(*message.add_##x(), "");                                                        \
-    message.add_##x(text);                                                                    \
-    message.add_##x(std::string("moved"));                                                    \
-    message.add_##x("a pointer");                                                             \
-    message.add_##x("pointer and length", 7);                                                 \
-    const std::vector<std::string> added = {"", "a string", "moved", "a pointer", "pointer"}; \
-    EXPECT_EQ(std::vector<std::string>(message.x().begin(), message.x().end()), added);       \
-    EXPECT_EQ(message.x##_size(), 5);                                                         \
-    message.set_##x(0, text);                                                                 \
-    message.set_##x(1, std::string("moved"));                                                 \
-    message.set_##x(2, "a pointer");                                                          \
-    message.set_##x(3, "pointer and length", 7);                                              \
-    *message.mutable_##x(4) = "changed";                                                      \
-    EXPECT_EQ(message.x(0), "a string");                                                      \
-    EXPECT_EQ(message.x(1), "moved");                                                         \
-    EXPECT_EQ(message.x(2), "a pointer");                                                     \
-    EXPECT_EQ(message.x(3), "pointer");                                                       \
-    EXPECT_EQ(message.x(4), "changed");                                                       \
-    EXPECT_EQ(message.mutable_##x(), &message.x());                                           \
-    ExpectOnly(message, #x);                                                                  \
-    message.clear_##x();                                                                      \
-    EXPECT_EQ(message.x##_size(), 0);                                                         \
-    ExpectNothing(message);                                                                   \
-  }
-#include "field_list.inc"
+  ForEach(RepeatedStringFields(), [](const RepeatedStringField& of) {
+    const std::unique_ptr<Message> message = NewOnHeap(of.prototype);
+    EXPECT_EQ(of.size(*message), 0);
+    EXPECT_EQ(*of.add(*message), "");
+    of.add_copy(*message, "a string");
+    of.add_moved(*message, "moved");
+    of.add_c_string(*message, "a pointer");
+    of.add_length(*message, "pointer and length", 7);
+    EXPECT_EQ(Strings(of.get_all(*message).begin(), of.get_all(*message).end()),
+              (Strings{"", "a string", "moved", "a pointer", "pointer"}));
+    EXPECT_EQ(of.size(*message), 5);
+    of.set(*message, 0, "a string");
+    of.set_moved(*message, 1, "moved");
+    of.set_c_string(*message, 2, "a pointer");
+    of.set_length(*message, 3, "pointer and length", 7);
+    *of.mutate(*message, 4) = "changed";
+    const Strings set = {"a string", "moved", "a pointer", "pointer", "changed"};
+    std::string bytes;
+    for (int i = 0; i < 5; ++i) {
+      const std::string& expected = set[static_cast<std::size_t>(i)];
+      EXPECT_EQ(of.get(*message, i), expected);
+      bytes += wire::LengthDelimitedField(of.field->number(), expected);
+    }
+    EXPECT_EQ(of.mutate_all(*message), &of.get_all(*message));
+    ExpectOnly(*message, of.field);
+    EXPECT_EQ(message->SerializeAsString(), bytes);
+    of.clear(*message);
+    EXPECT_EQ(of.size(*message), 0);
+    ExpectNothing(*message);
+  });
 }
 
-TEST(RepeatedMessageAccessors, AddReadAndClear){
-#define REPEATED_MESSAGE_FIELD(M, x)                \
-  {                                                 \
-    SCOPED_TRACE(#M "." #x);                        \
-    M message;                                      \
-    EXPECT_EQ(message.x##_size(), 0);               \
-    auto* const first = message.add_##x();          \
-    auto* const second = message.add_##x();         \
-    EXPECT_EQ(message.x##_size(), 2);               \
-    EXPECT_EQ(&message.x(0), first);                \
-    EXPECT_EQ(message.mutable_##x(1), second);      \
-    EXPECT_EQ(&message.x().Get(1), second);         \
-    EXPECT_EQ(message.mutable_##x(), &message.x()); \
-    ExpectOnly(message, #x);                        \
-    message.clear_##x();                            \
-    EXPECT_EQ(message.x##_size(), 0);               \
-    ExpectNothing(message);                         \
-  }
-#include "field_list.inc"
+TEST(RepeatedStringAccessors, KeepClearedElementsForReuse) {
+  ForEach(RepeatedStringFields(), [](const RepeatedStringField& of) {
+    const std::unique_ptr<Message> message = NewOnHeap(of.prototype);
+    const std::string* const first = of.add(*message);
+    of.clear(*message);
+    EXPECT_EQ(of.add(*message), first);
+  });
+}
+
+TEST(RepeatedMessageAccessors, AddReadAndClear) {
+  ForEach(RepeatedMessageFields(), [](const RepeatedMessageField& of) {
+    const std::unique_ptr<Message> message = NewOnHeap(of.prototype);
+    EXPECT_EQ(of.size(*message), 0);
+    const Message* const first = of.add(*message);
+    const Message* const second = of.add(*message);
+    EXPECT_EQ(of.size(*message), 2);
+    EXPECT_EQ(&of.get(*message, 0), first);
+    EXPECT_EQ(of.mutate(*message, 1), second);
+    EXPECT_EQ(&of.get_of_all(*message, 1), second);
+    EXPECT_EQ(of.mutate_all(*message), of.all(*message));
+    ExpectOnly(*message, of.field);
+    const std::string element = wire::LengthDelimitedField(of.field->number(), "");
+    EXPECT_EQ(message->SerializeAsString(), element + element);
+    of.clear(*message);
+    EXPECT_EQ(of.size(*message), 0);
+    ExpectNothing(*message);
+    EXPECT_EQ(of.add(*message), first) << "an element was not kept for reuse";
+
+    ASSERT_TRUE(message->ParseFromString(element + element));
+    EXPECT_EQ(of.size(*message), 2);
+  });
 }
 
 TEST(MapAccessors, InsertReadAndClear) {
-#define MAP_FIELD(M, x)                             \
-  {                                                 \
-    SCOPED_TRACE(#M "." #x);                        \
-    M message;                                      \
-    EXPECT_EQ(message.x##_size(), 0);               \
-    (*message.mutable_##x())[-1].set_int_value(7);  \
-    EXPECT_EQ(message.x##_size(), 1);               \
-    EXPECT_EQ(message.x().at(-1).int_value(), 7);   \
-    EXPECT_EQ(message.mutable_##x(), &message.x()); \
-    ExpectOnly(message, #x);                        \
-    message.clear_##x();                            \
-    EXPECT_EQ(message.x##_size(), 0);               \
-    ExpectNothing(message);                         \
-  }
-#include "field_list.inc"
-}
-
-// Absent text and absent messages are read as the very object of the default instance.
-template <class T>
-bool IsDefault(const T& value, const T& default_value) {
-  if constexpr (std::is_arithmetic_v<T>) {
-    return value == default_value;
-  } else {
-    return &value == &default_value;
-  }
-}
-
-// A member of a oneof behind its own accessors.
-struct Member {
-  const FieldDescriptor* field;
-  const Message* prototype;
-  int case_number;
-  std::function<void(Message&)> set;
-  std::function<bool(const Message&)> has;
-  std::function<bool(const Message&)> reads_as_default;
-  std::function<void(Message&)> clear;
-  std::function<int(const Message&)> get_case;
-  std::function<void(Message&)> clear_oneof;
-};
-
-template <class M>
-M& As(Message& message) {
-  return dynamic_cast<M&>(message);
-}
-
-template <class M>
-const M& As(const Message& message) {
-  return dynamic_cast<const M&>(message);
-}
-
-std::vector<Member> Members() {
-  std::vector<Member> members;
-#define MEMBER(M, g, x, kX, setter)                                                         \
-  members.push_back({Field<M>(#x), &M::default_instance(), int{M::kX},                      \
-                     [](Message& message) { setter; },                                      \
-                     [](const Message& message) { return As<M>(message).has_##x(); },       \
-                     [](const Message& message) {                                           \
-                       return IsDefault(As<M>(message).x(), M::default_instance().x());     \
-                     },                                                                     \
-                     [](Message& message) { As<M>(message).clear_##x(); },                  \
-                     [](const Message& message) { return int{As<M>(message).g##_case()}; }, \
-                     [](Message& message) { As<M>(message).clear_##g(); }});
-#define ONEOF_SCALAR(M, g, x, kX) MEMBER(M, g, x, kX, As<M>(message).set_##x(1))
-#define ONEOF_STRING(M, g, x, kX) MEMBER(M, g, x, kX, As<M>(message).set_##x("text"))
-#define ONEOF_MESSAGE(M, g, x, kX) MEMBER(M, g, x, kX, As<M>(message).mutable_##x())
-#include "field_list.inc"
-#undef MEMBER
-  return members;
-}
-
-std::vector<Member> OthersOfTheOneof(const Member& member) {
-  std::vector<Member> others;
-  for (const Member& other : Members()) {
-    if (other.field != member.field &&
-        other.field->containing_oneof() == member.field->containing_oneof()) {
-      others.push_back(other);
-    }
-  }
-  return others;
+  JQ::AttrList message;
+  EXPECT_EQ(message.attr_list_size(), 0);
+  (*message.mutable_attr_list())[-1].set_int_value(7);
+  EXPECT_EQ(message.attr_list_size(), 1);
+  EXPECT_EQ(message.attr_list().at(-1).int_value(), 7);
+  EXPECT_EQ(message.mutable_attr_list(), &message.attr_list());
+  ExpectOnly(message, JQ::AttrList::descriptor()->FindFieldByName("attr_list"));
+  message.clear_attr_list();
+  EXPECT_EQ(message.attr_list_size(), 0);
+  ExpectNothing(message);
 }
 
 TEST(OneofAccessors, SetTheCaseToTheNumberOfTheMember) {
-  for (const Member& member : Members()) {
-    SCOPED_TRACE(member.field->full_name());
-    const std::unique_ptr<Message> message = NewOnHeap(*member.prototype);
+  ForEach(OneofMembers(), [](const OneofMember& member) {
+    const std::unique_ptr<Message> message = NewOnHeap(member.prototype);
     EXPECT_FALSE(member.has(*message));
     EXPECT_EQ(member.get_case(*message), 0);
     member.set(*message);
@@ -246,45 +269,66 @@ TEST(OneofAccessors, SetTheCaseToTheNumberOfTheMember) {
     EXPECT_FALSE(member.has(*message));
     EXPECT_EQ(member.get_case(*message), 0);
     ExpectNothing(*message);
+  });
+}
+
+TEST(OneofCase, IsZeroWhenNoMemberIsSet) {
+  EXPECT_EQ(int{Config::Value::VALUE_NOT_SET}, 0);
+  EXPECT_EQ(int{JQ::QueueId::ID_OR_NAME_NOT_SET}, 0);
+  EXPECT_EQ(int{JQ::JobId::QUEUE_ID_OR_NAME_NOT_SET}, 0);
+  EXPECT_EQ(int{JQ::JobId::JOB_ID_OR_NAME_NOT_SET}, 0);
+  EXPECT_EQ(int{Monitor::Event::DATA_NOT_SET}, 0);
+  EXPECT_EQ(int{QuorPHP::QVal::VALUE_NOT_SET}, 0);
+  EXPECT_EQ(int{QuorPHP::QuorArrayValue::KEY_NOT_SET}, 0);
+  EXPECT_EQ(int{Tarq::SqlTransaction::PARENT_NOT_SET}, 0);
+  EXPECT_EQ(int{Tarq::SqlQuery::CONNECTION_NOT_SET}, 0);
+  EXPECT_EQ(int{Tarq::SqlQuery::DRIVER_NOT_SET}, 0);
+  EXPECT_EQ(int{Tarq::SqlQuery::TRANSACTION_NOT_SET}, 0);
+}
+
+// Calls check(member, other) for each two members of one oneof.
+template <class Check>
+void ForEachPair(const Check& check) {
+  for (const OneofMember& member : OneofMembers()) {
+    for (const OneofMember& other : OneofMembers()) {
+      if (other.field != member.field &&
+          other.field->containing_oneof() == member.field->containing_oneof()) {
+        SCOPED_TRACE(member.field->full_name() + " and " + other.field->full_name());
+        check(member, other);
+      }
+    }
   }
 }
 
 TEST(OneofAccessors, ReplaceOneMemberByAnother) {
-  for (const Member& member : Members()) {
-    for (const Member& other : OthersOfTheOneof(member)) {
-      SCOPED_TRACE(member.field->full_name() + " after " + other.field->full_name());
-      const std::unique_ptr<Message> message = NewOnHeap(*member.prototype);
-      other.set(*message);
-      EXPECT_TRUE(member.reads_as_default(*message));
-      member.set(*message);
-      EXPECT_FALSE(other.has(*message));
-      EXPECT_TRUE(other.reads_as_default(*message));
-      EXPECT_TRUE(member.has(*message));
-    }
-  }
+  ForEachPair([](const OneofMember& member, const OneofMember& other) {
+    const std::unique_ptr<Message> message = NewOnHeap(member.prototype);
+    other.set(*message);
+    EXPECT_TRUE(member.reads_as_default(*message));
+    member.set(*message);
+    EXPECT_FALSE(other.has(*message));
+    EXPECT_TRUE(other.reads_as_default(*message));
+    EXPECT_TRUE(member.has(*message));
+  });
 }
 
 TEST(OneofAccessors, ClearAMemberOnlyIfItIsTheOneSet) {
-  for (const Member& member : Members()) {
-    for (const Member& other : OthersOfTheOneof(member)) {
-      SCOPED_TRACE(member.field->full_name() + " beside " + other.field->full_name());
-      const std::unique_ptr<Message> message = NewOnHeap(*member.prototype);
-      member.set(*message);
-      other.clear(*message);
-      EXPECT_TRUE(member.has(*message));
-    }
-  }
+  ForEachPair([](const OneofMember& member, const OneofMember& other) {
+    const std::unique_ptr<Message> message = NewOnHeap(member.prototype);
+    member.set(*message);
+    other.clear(*message);
+    EXPECT_TRUE(member.has(*message));
+  });
 }
 
 TEST(OneofAccessors, ClearTheWholeOneof) {
-  for (const Member& member : Members()) {
-    SCOPED_TRACE(member.field->full_name());
-    const std::unique_ptr<Message> message = NewOnHeap(*member.prototype);
+  ForEach(OneofMembers(), [](const OneofMember& member) {
+    const std::unique_ptr<Message> message = NewOnHeap(member.prototype);
     member.set(*message);
     member.clear_oneof(*message);
     EXPECT_EQ(member.get_case(*message), 0);
     ExpectNothing(*message);
-  }
+  });
 }
 
 }  // namespace

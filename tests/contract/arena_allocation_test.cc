@@ -1,19 +1,23 @@
-// For a message on an arena, the accessors take all memory from the arena.
+// The accessors of a message on an arena take all memory from the arena.
 
+#include <google/protobuf/descriptor.h>
 #include <gtest/gtest.h>
+#include <qmsg/jobqueue.pb.h>
 
 #include <cstddef>
-#include <cstdint>
-#include <type_traits>
+#include <functional>
+#include <string>
+#include <utility>
 #include <vector>
 
-#include "../support/allocations.h"
-#include "message_list.h"
+#include "field_accessors.h"
+#include "support/allocations.h"
+#include "support/message_class.h"
 
 namespace contract {
 namespace {
 
-using google::protobuf::Arena;
+using quor::protobuf::JQ::AttrList;
 
 // Fits into the string object itself.
 constexpr char kShort[] = "short";
@@ -32,107 +36,135 @@ class RoomyArena {
  public:
   RoomyArena() : block_(std::size_t{64} * 1024), arena_(block_.data(), block_.size()) {}
 
-  template <class M>
-  M& New() {
-    return *Arena::CreateMessage<M>(&arena_);
-  }
+  Arena& operator*() { return arena_; }
+  Message& New(const Message& prototype) { return *prototype.New(&arena_); }
 
  private:
   std::vector<char> block_;
   Arena arena_;
 };
 
-// Calls check(Type<M>, change) for each way to change a field through its accessors.
-template <class Check>
-void ForEachChange(const Check& check){
-#define CHANGE(M, call)                                       \
-  {                                                           \
-    SCOPED_TRACE(#M ": " #call);                              \
-    check(Type<M>{}, [](M& message) { (void)message.call; }); \
+// One way to change a message through its accessors.
+struct Change {
+  const Message& prototype;
+  std::string name;
+  std::function<void(Message&)> make;
+};
+
+template <class Field>
+void Add(std::vector<Change>& changes, const Field& of, const char* name,
+         std::function<void(Message&)> make) {
+  changes.push_back({of.prototype, of.field->full_name() + ": " + name, std::move(make)});
+}
+
+std::vector<Change> AccessorCalls() {
+  std::vector<Change> all;
+  for (const ScalarField& of : ScalarFields()) {
+    Add(all, of, "set", [of](Message& message) { of.set(message, 1); });
+    Add(all, of, "clear", of.clear);
   }
-#define SCALAR_FIELD(M, x) \
-  CHANGE(M, set_##x(static_cast<std::decay_t<decltype(message.x())>>(1))) CHANGE(M, clear_##x())
-#define STRING_FIELD(M, x)   \
-  CHANGE(M, set_##x(kShort)) \
-  CHANGE(M, mutable_##x())   \
-  CHANGE(M, mutable_##x()->assign(kShort)) CHANGE(M, clear_##x())
-#define MESSAGE_FIELD(M, x) CHANGE(M, mutable_##x()) CHANGE(M, clear_##x())
-#define REPEATED_STRING_FIELD(M, x) \
-  CHANGE(M, add_##x())              \
-  CHANGE(M, add_##x(kShort))        \
-  CHANGE(M, add_##x()->assign(kShort)) CHANGE(M, mutable_##x()) CHANGE(M, clear_##x())
-#define REPEATED_MESSAGE_FIELD(M, x) \
-  CHANGE(M, add_##x()) CHANGE(M, mutable_##x()) CHANGE(M, clear_##x())
-#define MAP_FIELD(M, x) \
-  CHANGE(M, mutable_##x()) CHANGE(M, mutable_##x()->operator[](1)) CHANGE(M, clear_##x())
-#define ONEOF_SCALAR(M, g, x, kX) \
-  CHANGE(M, set_##x(1)) CHANGE(M, clear_##x()) CHANGE(M, clear_##g())
-#define ONEOF_STRING(M, g, x, kX) STRING_FIELD(M, x)
-#define ONEOF_MESSAGE(M, g, x, kX) MESSAGE_FIELD(M, x)
-#include "field_list.inc"
-#undef CHANGE
+  for (const StringField& of : StringFields()) {
+    Add(all, of, "set", [of](Message& message) { of.set_c_string(message, kShort); });
+    Add(all, of, "mutable", [of](Message& message) { of.mutate(message); });
+    Add(all, of, "assign", [of](Message& message) { of.mutate(message)->assign(kShort); });
+    Add(all, of, "clear", of.clear);
+  }
+  for (const MessageField& of : MessageFields()) {
+    Add(all, of, "mutable", [of](Message& message) { of.mutate(message); });
+    Add(all, of, "clear", of.clear);
+  }
+  for (const RepeatedStringField& of : RepeatedStringFields()) {
+    Add(all, of, "add", [of](Message& message) { of.add(message); });
+    Add(all, of, "add a text", [of](Message& message) { of.add_c_string(message, kShort); });
+    Add(all, of, "assign", [of](Message& message) { of.add(message)->assign(kShort); });
+    Add(all, of, "mutable", [of](Message& message) { of.mutate_all(message); });
+    Add(all, of, "clear", of.clear);
+  }
+  for (const RepeatedMessageField& of : RepeatedMessageFields()) {
+    Add(all, of, "add", [of](Message& message) { of.add(message); });
+    Add(all, of, "mutable", [of](Message& message) { of.mutate_all(message); });
+    Add(all, of, "clear", of.clear);
+  }
+  for (const OneofMember& of : OneofMembers()) {
+    Add(all, of, "clear the oneof", of.clear_oneof);
+  }
+  return all;
 }
 
 TEST(ArenaAllocation, IsAllThatTheAccessorsDo) {
-  ForEachChange([](auto type, auto change) {
+  for (const Change& change : AccessorCalls()) {
     RoomyArena arena;
-    auto& message = arena.New<typename decltype(type)::Message>();
+    Message& message = arena.New(change.prototype);
     // Twice: on an empty message, and on one that already holds the value.
-    EXPECT_EQ(AllocationsOf([&] { change(message); }), 0U);
-    EXPECT_EQ(AllocationsOf([&] { change(message); }), 0U);
-  });
+    EXPECT_EQ(AllocationsOf([&] { change.make(message); }), 0U) << change.name;
+    EXPECT_EQ(AllocationsOf([&] { change.make(message); }), 0U) << change.name;
+  }
+}
+
+TEST(ArenaAllocation, IsAllThatTheMapDoes) {
+  RoomyArena arena;
+  auto& list = *Arena::CreateMessage<AttrList>(&*arena);
+  EXPECT_EQ(AllocationsOf([&] { list.mutable_attr_list(); }), 0U);
+  EXPECT_EQ(AllocationsOf([&] { (*list.mutable_attr_list())[1]; }), 0U);
+  EXPECT_EQ(AllocationsOf([&] { (*list.mutable_attr_list())[1]; }), 0U);
+  EXPECT_EQ(AllocationsOf([&] { list.clear_attr_list(); }), 0U);
 }
 
 TEST(ArenaAllocation, IsAllThatMakingAMessageDoes) {
-  AllMessages::ForEach([](auto type) {
-    using M = typename decltype(type)::Message;
+  for (const MessageClass& type : MessageClasses()) {
     RoomyArena arena;
-    EXPECT_EQ(AllocationsOf([&] { arena.New<M>(); }), 0U) << M::descriptor()->full_name();
+    EXPECT_EQ(AllocationsOf([&] { type.create_on_arena(*arena); }), 0U)
+        << type.default_instance->GetTypeName();
+  }
+}
+
+template <class Field>
+void ExpectNoAllocationForManyElements(const std::vector<Field>& fields) {
+  ForEach(fields, [](const Field& of) {
+    RoomyArena arena;
+    Message& message = arena.New(of.prototype);
+    EXPECT_EQ(AllocationsOf([&] {
+                for (int i = 0; i < 50; ++i) {
+                  of.add(message);
+                }
+              }),
+              0U);
   });
 }
 
-TEST(ArenaAllocation, IsAllThatManyElementsDo){
-#define REPEATED_STRING_FIELD(M, x)                             \
-  {                                                             \
-    RoomyArena arena;                                           \
-    M& message = arena.New<M>();                                \
-    EXPECT_EQ(AllocationsOf([&] {                               \
-                for (int i = 0; i < 50; ++i) message.add_##x(); \
-              }),                                               \
-              0U)                                               \
-        << #M "." #x;                                           \
-  }
-#define REPEATED_MESSAGE_FIELD(M, x) REPEATED_STRING_FIELD(M, x)
-#include "field_list.inc"
+TEST(ArenaAllocation, IsAllThatManyElementsDo) {
+  ExpectNoAllocationForManyElements(RepeatedStringFields());
+  ExpectNoAllocationForManyElements(RepeatedMessageFields());
 }
 
-TEST(ArenaAllocation, LeavesTheBufferOfALongStringToTheHeap){
-#define STRING_FIELD(M, x)                                                                    \
-  {                                                                                           \
-    RoomyArena arena;                                                                         \
-    M& message = arena.New<M>();                                                              \
-    EXPECT_EQ(AllocationsOf([&] { message.mutable_##x()->assign(kLong); }), 1U) << #M "." #x; \
-  }
-#define ONEOF_STRING(M, g, x, kX) STRING_FIELD(M, x)
-#include "field_list.inc"
+TEST(ArenaAllocation, LeavesTheBufferOfALongStringToTheHeap) {
+  ForEach(StringFields(), [](const StringField& of) {
+    RoomyArena arena;
+    Message& message = arena.New(of.prototype);
+    EXPECT_EQ(AllocationsOf([&] { of.mutate(message)->assign(kLong); }), 1U);
+  });
+}
+
+template <class Field, class Action>
+void ExpectAllocation(const std::vector<Field>& fields, const Action& action) {
+  ForEach(fields, [&action](const Field& of) {
+    const std::unique_ptr<Message> message = NewOnHeap(of.prototype);
+    EXPECT_GT(AllocationsOf([&] { action(of, *message); }), 0U);
+  });
 }
 
 // Shows that the counter counts.
-TEST(HeapAllocation, IsCountedForMessagesOffAnArena) {
-#define EXPECT_ALLOCATION(M, call)                                             \
-  {                                                                            \
-    M message;                                                                 \
-    EXPECT_GT(AllocationsOf([&] { (void)message.call; }), 0U) << #M " " #call; \
-  }
-#define STRING_FIELD(M, x) EXPECT_ALLOCATION(M, set_##x(kShort))
-#define MESSAGE_FIELD(M, x) EXPECT_ALLOCATION(M, mutable_##x())
-#define REPEATED_STRING_FIELD(M, x) EXPECT_ALLOCATION(M, add_##x())
-#define REPEATED_MESSAGE_FIELD(M, x) EXPECT_ALLOCATION(M, add_##x())
-#define MAP_FIELD(M, x) EXPECT_ALLOCATION(M, mutable_##x()->operator[](1))
-#define ONEOF_STRING(M, g, x, kX) STRING_FIELD(M, x)
-#define ONEOF_MESSAGE(M, g, x, kX) MESSAGE_FIELD(M, x)
-#include "field_list.inc"
-#undef EXPECT_ALLOCATION
+TEST(HeapAllocation, IsCountedForMessagesOnTheHeap) {
+  ExpectAllocation(StringFields(), [](const StringField& of, Message& message) {
+    of.set_c_string(message, kShort);
+  });
+  const auto mutate = [](const MessageField& of, Message& message) { of.mutate(message); };
+  ExpectAllocation(MessageFields(), mutate);
+  const auto add = [](const auto& of, Message& message) { of.add(message); };
+  ExpectAllocation(RepeatedStringFields(), add);
+  ExpectAllocation(RepeatedMessageFields(), add);
+  AttrList list;
+  EXPECT_GT(AllocationsOf([&] { (*list.mutable_attr_list())[1]; }), 0U);
 }
 
 }  // namespace

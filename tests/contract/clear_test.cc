@@ -1,11 +1,11 @@
-// What Clear() takes away and what it keeps.
+// What Clear() removes and what it keeps.
 
 #include <google/protobuf/descriptor.h>
 #include <gtest/gtest.h>
 
-#include "expected_bytes.h"
-#include "fill.h"
-#include "message_list.h"
+#include "field_accessors.h"
+#include "support/expected_bytes.h"
+#include "support/fill.h"
 
 namespace contract {
 namespace {
@@ -47,7 +47,7 @@ void ExpectElementsKeptForReuse(Message& message) {
   }
 }
 
-TEST(Clear, TakesAwayAllThatWasSet) {
+TEST(Clear, RemovesAllThatWasSet) {
   ForEachFilling([](const Message& prototype, int filling) {
     SCOPED_TRACE(prototype.GetTypeName());
     const std::unique_ptr<Message> on_heap = Filled(prototype, filling);
@@ -84,22 +84,20 @@ TEST(Clear, KeepsTheElementsOfRepeatedFieldsForReuse) {
 }
 
 TEST(Clear, KeepsTheStringsOfRepeatedFieldsForReuse) {
-  Arena arena;
-#define REPEATED_STRING_FIELD(M, x)                                        \
-  {                                                                        \
-    M on_heap;                                                             \
-    for (M* const message : {&on_heap, Arena::CreateMessage<M>(&arena)}) { \
-      const std::string* const first = message->add_##x();                 \
-      message->set_##x(0, "text");                                         \
-      message->Clear();                                                    \
-      EXPECT_EQ(message->add_##x(), first) << #M "." #x;                   \
-      EXPECT_EQ(*first, "") << #M "." #x;                                  \
-    }                                                                      \
-  }
-#include "field_list.inc"
+  ForEach(RepeatedStringFields(), [](const RepeatedStringField& of) {
+    Arena arena;
+    const std::unique_ptr<Message> on_heap = NewOnHeap(of.prototype);
+    for (Message* const message : {on_heap.get(), of.prototype.New(&arena)}) {
+      const std::string* const first = of.add(*message);
+      of.set(*message, 0, "text");
+      message->Clear();
+      EXPECT_EQ(of.add(*message), first);
+      EXPECT_EQ(*first, "");
+    }
+  });
 }
 
-TEST(Clear, OnAnArenaForgetsTheSubMessages) {
+TEST(Clear, OnAnArenaDropsTheSubMessages) {
   ForEachFilling([](const Message& prototype, int filling) {
     for (const FieldDescriptor* field : Fields(prototype)) {
       if (field->type() != FieldDescriptor::TYPE_MESSAGE || field->is_repeated()) {

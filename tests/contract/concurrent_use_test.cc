@@ -3,57 +3,60 @@
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/util/message_differencer.h>
 #include <gtest/gtest.h>
+#include <qmsg/jobqueue.pb.h>
 
-#include "../support/threads.h"
-#include "expected_bytes.h"
-#include "fill.h"
-#include "typed_fill.h"
+#include "support/expected_bytes.h"
+#include "support/fill.h"
+#include "support/message_class.h"
+#include "support/threads.h"
 
 namespace contract {
 namespace {
 
+using quor::protobuf::JQ::AttrList;
+using quor::protobuf::JQ::Job;
+
 constexpr std::size_t kThreads = 16;
 
-// Calls read(message) in all threads at once for each filling of each message type. Nobody has read
-// the message before, so what the runtime puts off until then, it does now: it keeps the size of
-// each sub-message, and gives the pairs of a map the shape that reflection wants.
+// Calls read(message) in all threads at once for each filling of each message type. It is the first
+// read of the message, when the runtime does deferred work: it caches the size of each sub-message,
+// and builds the list of a map's entries that reflection needs.
 template <class Read>
 void ReadTogether(const Read& read) {
   ForEachFilling([&read](const Message& prototype, int filling) {
-    SCOPED_TRACE(prototype.GetTypeName());
     const std::unique_ptr<const Message> message = Filled(prototype, filling);
-    const std::unique_ptr<const Message> twin = Filled(prototype, filling);
-    const std::string bytes = ExpectedBytes(*twin);
-    RunTogether(kThreads, [&](std::size_t /*thread*/) { read(*message, *twin, bytes); });
+    const std::unique_ptr<const Message> equal = Filled(prototype, filling);
+    const std::string bytes = ExpectedBytes(*equal);
+    RunTogether(kThreads, [&](std::size_t /*thread*/) { read(*message, *equal, bytes); });
   });
 }
 
 TEST(SharedMessage, IsWrittenByAllThreadsAtOnce) {
-  ReadTogether([](const Message& message, const Message& /*twin*/, const std::string& bytes) {
+  ReadTogether([](const Message& message, const Message& /*equal*/, const std::string& bytes) {
     EXPECT_EQ(DeterministicBytes(message), bytes);
   });
 }
 
 TEST(SharedMessage, IsMeasuredByAllThreadsAtOnce) {
-  ReadTogether([](const Message& message, const Message& /*twin*/, const std::string& bytes) {
+  ReadTogether([](const Message& message, const Message& /*equal*/, const std::string& bytes) {
     EXPECT_EQ(message.ByteSizeLong(), bytes.size());
   });
 }
 
 TEST(SharedMessage, IsReadByReflectionInAllThreadsAtOnce) {
-  ReadTogether([](const Message& message, const Message& /*twin*/, const std::string& bytes) {
+  ReadTogether([](const Message& message, const Message& /*equal*/, const std::string& bytes) {
     EXPECT_EQ(ExpectedBytes(message), bytes);
   });
 }
 
 TEST(SharedMessage, IsComparedByAllThreadsAtOnce) {
-  ReadTogether([](const Message& message, const Message& twin, const std::string& /*bytes*/) {
-    EXPECT_TRUE(google::protobuf::util::MessageDifferencer::Equals(message, twin));
+  ReadTogether([](const Message& message, const Message& equal, const std::string& /*bytes*/) {
+    EXPECT_TRUE(google::protobuf::util::MessageDifferencer::Equals(message, equal));
   });
 }
 
 TEST(SharedMessage, IsCopiedByAllThreadsAtOnce) {
-  ReadTogether([](const Message& message, const Message& /*twin*/, const std::string& bytes) {
+  ReadTogether([](const Message& message, const Message& /*equal*/, const std::string& bytes) {
     const std::unique_ptr<Message> copy = NewOnHeap(message);
     copy->CopyFrom(message);
     EXPECT_EQ(DeterministicBytes(*copy), bytes);
@@ -65,7 +68,6 @@ TEST(SharedMessage, IsCopiedByAllThreadsAtOnce) {
 // Some threads write it while others copy, measure or reflect on it.
 TEST(SharedMessage, IsReadInDifferentWaysAtOnce) {
   ForEachFilling([](const Message& prototype, int filling) {
-    SCOPED_TRACE(prototype.GetTypeName());
     const std::unique_ptr<const Message> message = Filled(prototype, filling);
     const std::string bytes = ExpectedBytes(*Filled(prototype, filling));
     RunTogether(kThreads, [&](std::size_t thread) {
@@ -90,15 +92,14 @@ TEST(SharedMessage, IsReadInDifferentWaysAtOnce) {
 }
 
 TEST(SharedMessage, MayBeTheDefaultInstance) {
-  AllMessages::ForEach([](auto type) {
-    using M = typename decltype(type)::Message;
-    RunTogether(kThreads, [](std::size_t /*thread*/) {
-      const M& message = M::default_instance();
+  for (const MessageClass& type : MessageClasses()) {
+    RunTogether(kThreads, [&type](std::size_t /*thread*/) {
+      const Message& message = *type.default_instance;
       EXPECT_EQ(message.SerializeAsString(), "");
       EXPECT_EQ(ExpectedBytes(message), "");
-      EXPECT_EQ(M(message).ByteSizeLong(), 0U);
+      EXPECT_EQ(type.copy_construct(message)->ByteSizeLong(), 0U);
     });
-  });
+  }
 }
 
 // Each thread has messages of its own, of all types, on an arena that belongs to all threads.
@@ -107,10 +108,9 @@ TEST(SharedArena, TakesMessagesFromAllThreadsAtOnce) {
   std::vector<std::vector<const Message*>> made(kThreads);
   RunTogether(kThreads, [&](std::size_t thread) {
     const int filling = static_cast<int>(thread);
-    AllMessages::ForEach([&](auto type) {
-      using M = typename decltype(type)::Message;
-      made[thread].push_back(&FilledOn<M>(arena, filling));
-    });
+    for (const MessageClass& type : MessageClasses()) {
+      made[thread].push_back(&FilledClass{type, filling}.OnArena(arena));
+    }
   });
   for (std::size_t thread = 0; thread < kThreads; ++thread) {
     for (const Message* const message : made[thread]) {
@@ -121,15 +121,19 @@ TEST(SharedArena, TakesMessagesFromAllThreadsAtOnce) {
   }
 }
 
-// What a thread takes over from the heap, or copies off the arena, does not disturb the others.
-TEST(SharedArena, TakesOverAndGivesBackInAllThreadsAtOnce) {
+// A thread that moves a message from the heap to the arena, or copies it back, does not disturb the
+// others.
+TEST(SharedArena, TakesAndReleasesMessagesInAllThreadsAtOnce) {
   Arena arena;
   RunTogether(kThreads, [&](std::size_t thread) {
     const int filling = static_cast<int>(thread);
-    JQ::Job& job = *Arena::CreateMessage<JQ::Job>(&arena);
-    job.set_allocated_attr_list(FilledOnHeap<JQ::AttrList>(filling).release());
-    const std::unique_ptr<JQ::AttrList> released(job.release_attr_list());
-    EXPECT_EQ(DeterministicBytes(*released), FilledBytes<JQ::AttrList>(filling));
+    Job& job = *Arena::CreateMessage<Job>(&arena);
+    auto list = std::make_unique<AttrList>();
+    Fill(*list, filling);
+    const std::string bytes = ExpectedBytes(*list);
+    job.set_allocated_attr_list(list.release());
+    const std::unique_ptr<AttrList> released(job.release_attr_list());
+    EXPECT_EQ(DeterministicBytes(*released), bytes);
   });
 }
 

@@ -2,103 +2,98 @@
 
 #include <gtest/gtest.h>
 
-#include "typed_fill.h"
+#include <typeinfo>
+
+#include "support/expected_bytes.h"
+#include "support/fill.h"
 
 namespace contract {
 namespace {
 
 TEST(CopyConstructor, CopiesAllThatIsSetOntoTheHeap) {
-  ForEachTypedFilling([](auto type, int filling) {
-    using M = typename decltype(type)::Message;
-    auto source = FilledOnHeap<M>(filling);
-    const M copy(*source);
-    EXPECT_EQ(copy.GetArena(), nullptr);
-    EXPECT_EQ(ExpectedBytes(*source), FilledBytes<M>(filling));
+  ForEachFilledClass([](const FilledClass& filled) {
+    auto source = filled.OnHeap();
+    const auto copy = filled.type.copy_construct(*source);
+    EXPECT_EQ(copy->GetArena(), nullptr);
+    EXPECT_EQ(ExpectedBytes(*source), filled.Bytes());
     source.reset();
-    EXPECT_EQ(ExpectedBytes(copy), FilledBytes<M>(filling));
+    EXPECT_EQ(ExpectedBytes(*copy), filled.Bytes());
   });
 }
 
-TEST(CopyConstructor, LeavesAnArenaMessageForTheHeap) {
-  ForEachTypedFilling([](auto type, int filling) {
-    using M = typename decltype(type)::Message;
+TEST(CopyConstructor, CopiesAnArenaMessageOntoTheHeap) {
+  ForEachFilledClass([](const FilledClass& filled) {
     auto arena = std::make_unique<Arena>();
-    const M copy(FilledOn<M>(*arena, filling));
+    const auto copy = filled.type.copy_construct(filled.OnArena(*arena));
     arena.reset();
-    EXPECT_EQ(copy.GetArena(), nullptr);
-    EXPECT_EQ(ExpectedBytes(copy), FilledBytes<M>(filling));
+    EXPECT_EQ(copy->GetArena(), nullptr);
+    EXPECT_EQ(ExpectedBytes(*copy), filled.Bytes());
   });
 }
 
 TEST(CopyAssignment, ReplacesTheContent) {
-  ForEachTypedFilling([](auto type, int filling) {
-    using M = typename decltype(type)::Message;
-    const auto source = FilledOnHeap<M>(filling);
-    const auto target = FilledOnHeap<M>(filling + 1);
-    *target = *source;
-    EXPECT_EQ(ExpectedBytes(*target), FilledBytes<M>(filling));
-    EXPECT_EQ(ExpectedBytes(*source), FilledBytes<M>(filling));
+  ForEachFilledClass([](const FilledClass& filled) {
+    const auto source = filled.OnHeap();
+    const auto target = filled.Next().OnHeap();
+    filled.type.copy_assign(*target, *source);
+    EXPECT_EQ(ExpectedBytes(*target), filled.Bytes());
+    EXPECT_EQ(ExpectedBytes(*source), filled.Bytes());
 
     Arena arena;
-    M& on_arena = FilledOn<M>(arena, filling + 1);
-    on_arena = *source;
-    EXPECT_EQ(ExpectedBytes(on_arena), FilledBytes<M>(filling));
+    Message& on_arena = filled.Next().OnArena(arena);
+    filled.type.copy_assign(on_arena, *source);
+    EXPECT_EQ(ExpectedBytes(on_arena), filled.Bytes());
     EXPECT_EQ(on_arena.GetArena(), &arena);
   });
 }
 
 TEST(CopyAssignment, FromItselfChangesNothing) {
-  ForEachTypedFilling([](auto type, int filling) {
-    using M = typename decltype(type)::Message;
-    const auto message = FilledOnHeap<M>(filling);
-    const M& same = *message;
-    *message = same;
-    EXPECT_EQ(ExpectedBytes(*message), FilledBytes<M>(filling));
+  ForEachFilledClass([](const FilledClass& filled) {
+    const auto message = filled.OnHeap();
+    filled.type.copy_assign(*message, *message);
+    EXPECT_EQ(ExpectedBytes(*message), filled.Bytes());
   });
 }
 
 TEST(CopyFrom, ReplacesTheContentThroughTheBaseClassToo) {
-  ForEachTypedFilling([](auto type, int filling) {
-    using M = typename decltype(type)::Message;
-    const auto source = FilledOnHeap<M>(filling);
-    const auto target = FilledOnHeap<M>(filling + 1);
+  ForEachFilledClass([](const FilledClass& filled) {
+    const auto source = filled.OnHeap();
+    const auto target = filled.Next().OnHeap();
+    filled.type.copy_from(*target, *source);
+    EXPECT_EQ(ExpectedBytes(*target), filled.Bytes());
+
+    Fill(*target, filled.Next().filling);
     target->CopyFrom(*source);
-    EXPECT_EQ(ExpectedBytes(*target), FilledBytes<M>(filling));
+    EXPECT_EQ(ExpectedBytes(*target), filled.Bytes());
 
-    Fill(*target, filling + 1);
-    target->CopyFrom(static_cast<const Message&>(*source));
-    EXPECT_EQ(ExpectedBytes(*target), FilledBytes<M>(filling));
-
-    target->CopyFrom(M::default_instance());
+    filled.type.copy_from(*target, *filled.type.default_instance);
     EXPECT_EQ(ExpectedBytes(*target), "");
   });
 }
 
 TEST(CopyFrom, FromItselfChangesNothing) {
-  ForEachTypedFilling([](auto type, int filling) {
-    using M = typename decltype(type)::Message;
-    const auto message = FilledOnHeap<M>(filling);
+  ForEachFilledClass([](const FilledClass& filled) {
+    const auto message = filled.OnHeap();
+    filled.type.copy_from(*message, *message);
+    EXPECT_EQ(ExpectedBytes(*message), filled.Bytes());
     message->CopyFrom(*message);
-    EXPECT_EQ(ExpectedBytes(*message), FilledBytes<M>(filling));
-    message->CopyFrom(static_cast<const Message&>(*message));
-    EXPECT_EQ(ExpectedBytes(*message), FilledBytes<M>(filling));
+    EXPECT_EQ(ExpectedBytes(*message), filled.Bytes());
   });
 }
 
-TEST(New, MakesAnEmptyMessageOfTheSameClassWhereItIsTold) {
-  ForEachTypedFilling([](auto type, int filling) {
-    using M = typename decltype(type)::Message;
-    const auto message = FilledOnHeap<M>(filling);
-    const std::unique_ptr<M> on_heap(message->New(nullptr));
+TEST(New, MakesAnEmptyMessageOfTheSameClassOnTheHeapOrTheArena) {
+  ForEachFilling([](const Message& prototype, int filling) {
+    const auto message = Filled(prototype, filling);
+    const std::unique_ptr<const Message> on_heap(message->New(nullptr));
     EXPECT_EQ(on_heap->GetArena(), nullptr);
-    EXPECT_EQ(on_heap->GetDescriptor(), M::descriptor());
+    EXPECT_EQ(on_heap->GetDescriptor(), prototype.GetDescriptor());
     EXPECT_EQ(ExpectedBytes(*on_heap), "");
 
     Arena arena;
-    const Message* const on_arena = static_cast<const Message&>(*message).New(&arena);
-    EXPECT_EQ(on_arena->GetArena(), &arena);
-    EXPECT_NE(dynamic_cast<const M*>(on_arena), nullptr);
-    EXPECT_EQ(ExpectedBytes(*on_arena), "");
+    const Message& on_arena = *message->New(&arena);
+    EXPECT_EQ(on_arena.GetArena(), &arena);
+    EXPECT_EQ(typeid(on_arena), typeid(prototype));
+    EXPECT_EQ(ExpectedBytes(on_arena), "");
   });
 }
 

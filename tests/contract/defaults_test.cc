@@ -1,36 +1,22 @@
-// What a message is before anything was set, and what its class says about itself.
+// A message before anything is set, and what its class says about itself.
 
 #include <google/protobuf/descriptor.h>
 #include <gtest/gtest.h>
 
-#include "fill.h"
-#include "message_list.h"
+#include <map>
+
+#include "support/fill.h"
+#include "support/message_class.h"
 
 namespace contract {
 namespace {
 
-// A nested message stands just before the one that contains it.
-void AppendFlattened(const Descriptor* message, std::vector<const Descriptor*>& order) {
-  for (int i = 0; i < message->nested_type_count(); ++i) {
-    AppendFlattened(message->nested_type(i), order);
-  }
-  order.push_back(message);
-}
-
-std::vector<const Descriptor*> Flattened(const FileDescriptor* file) {
-  std::vector<const Descriptor*> order;
-  for (int i = 0; i < file->message_type_count(); ++i) {
-    AppendFlattened(file->message_type(i), order);
-  }
-  return order;
-}
-
 TEST(DefaultMessage, IsWrittenAsNoBytesAtAll) {
-  AllMessages::ForEach([](auto type) {
-    const typename decltype(type)::Message message;
-    EXPECT_EQ(message.ByteSizeLong(), 0U) << message.GetTypeName();
-    EXPECT_EQ(message.SerializeAsString(), "") << message.GetTypeName();
-  });
+  for (const MessageClass& type : MessageClasses()) {
+    const std::unique_ptr<Message> message = type.construct();
+    EXPECT_EQ(message->ByteSizeLong(), 0U) << message->GetTypeName();
+    EXPECT_EQ(message->SerializeAsString(), "") << message->GetTypeName();
+  }
 }
 
 TEST(DefaultMessage, IsWhatNoBytesAreReadAs) {
@@ -42,67 +28,68 @@ TEST(DefaultMessage, IsWhatNoBytesAreReadAs) {
 }
 
 TEST(DefaultMessage, HasNoFieldSet) {
-  AllMessages::ForEach([](auto type) {
-    const typename decltype(type)::Message message;
+  for (const MessageClass& type : MessageClasses()) {
+    const std::unique_ptr<Message> message = type.construct();
     std::vector<const FieldDescriptor*> set;
-    message.GetReflection()->ListFields(message, &set);
-    EXPECT_TRUE(set.empty()) << message.GetTypeName();
-  });
+    message->GetReflection()->ListFields(*message, &set);
+    EXPECT_TRUE(set.empty()) << message->GetTypeName();
+  }
 }
 
 TEST(AnyMessage, IsInitialized) {
   ForEachFilling([](const Message& prototype, int filling) {
-    EXPECT_TRUE(prototype.IsInitialized()) << prototype.GetTypeName();
-    EXPECT_TRUE(Filled(prototype, filling)->IsInitialized()) << prototype.GetTypeName();
+    EXPECT_TRUE(prototype.IsInitialized());
+    EXPECT_TRUE(Filled(prototype, filling)->IsInitialized());
   });
 }
 
-TEST(MessageClass, KnowsItsOneDefaultInstance) {
-  AllMessages::ForEach([](auto type) {
-    using M = typename decltype(type)::Message;
-    EXPECT_EQ(&M::default_instance(), M::internal_default_instance()) << M().GetTypeName();
-    EXPECT_EQ(google::protobuf::MessageFactory::generated_factory()->GetPrototype(M::descriptor()),
-              M::internal_default_instance())
-        << M().GetTypeName();
-  });
+TEST(MessageClass, HasOneDefaultInstance) {
+  for (const MessageClass& type : MessageClasses()) {
+    EXPECT_EQ(type.default_instance, type.internal_default_instance);
+    EXPECT_EQ(
+        google::protobuf::MessageFactory::generated_factory()->GetPrototype(type.descriptor()),
+        type.default_instance)
+        << type.default_instance->GetTypeName();
+  }
 }
 
 TEST(MessageClass, HasTheDescriptorOfThePoolUnderItsFullName) {
-  AllMessages::ForEach([](auto type) {
-    using M = typename decltype(type)::Message;
+  for (const MessageClass& type : MessageClasses()) {
+    const Message& message = *type.default_instance;
+    SCOPED_TRACE(message.GetTypeName());
     const Descriptor* pooled =
         google::protobuf::DescriptorPool::generated_pool()->FindMessageTypeByName(
-            M().GetTypeName());
-    ASSERT_NE(pooled, nullptr) << M().GetTypeName();
-    EXPECT_EQ(M::descriptor(), pooled);
-    EXPECT_EQ(M::GetDescriptor(), pooled);
-    EXPECT_EQ(M().GetMetadata().descriptor, pooled);
-    EXPECT_EQ(M::GetReflection(), M().GetMetadata().reflection);
-    EXPECT_EQ(M().GetTypeName(), pooled->full_name());
-  });
+            message.GetTypeName());
+    ASSERT_NE(pooled, nullptr);
+    EXPECT_EQ(type.descriptor(), pooled);
+    EXPECT_EQ(type.get_descriptor(), pooled);
+    EXPECT_EQ(message.GetDescriptor(), pooled);
+    EXPECT_EQ(type.get_reflection(), message.GetReflection());
+    EXPECT_EQ(message.GetTypeName(), pooled->full_name());
+  }
 }
 
-TEST(MessageClass, HasItsIndexInTheFlattenedOrderOfItsFile) {
-  AllMessages::ForEach([](auto type) {
-    using M = typename decltype(type)::Message;
-    const std::vector<const Descriptor*> order = Flattened(M::descriptor()->file());
-    const int index = M::kIndexInFileMessages;
-    ASSERT_LT(index, static_cast<int>(order.size())) << M().GetTypeName();
-    EXPECT_EQ(order[static_cast<std::size_t>(index)], M::descriptor()) << M().GetTypeName();
-  });
-  EXPECT_EQ(int{JQ::Result::kIndexInFileMessages}, 0);
-  EXPECT_EQ(int{JQ::AttrList::kIndexInFileMessages}, 2);
-  EXPECT_EQ(int{JQ::JobList::kIndexInFileMessages}, 10);
+// The classes are listed as they are declared. The entry type of the map stands before the message
+// that contains it.
+TEST(MessageClass, HasItsIndexInTheOrderOfDeclaration) {
+  std::map<const FileDescriptor*, int> next;
+  for (const MessageClass& type : MessageClasses()) {
+    int& index = next[type.descriptor()->file()];
+    index += type.descriptor()->nested_type_count();
+    EXPECT_EQ(type.index_in_file, index) << type.default_instance->GetTypeName();
+    ++index;
+  }
 }
 
 TEST(MessageClass, HandsOutItsOwnClassData) {
-  AllMessages::ForEach([](auto type) {
-    using M = typename decltype(type)::Message;
-    // This program may hold a copy of the data: what it says counts.
-    EXPECT_EQ(M().GetClassData()->merge_to_from, M::_class_data_.merge_to_from)
-        << M().GetTypeName();
-    EXPECT_EQ(M().GetClassData()->copy_to_from, M::_class_data_.copy_to_from) << M().GetTypeName();
-  });
+  for (const MessageClass& type : MessageClasses()) {
+    // This program may hold a copy of the data, so the functions count.
+    const MessageClass::Data data = type.get_class_data(*type.default_instance);
+    EXPECT_EQ(data.merge_to_from, type.class_data.merge_to_from)
+        << type.default_instance->GetTypeName();
+    EXPECT_EQ(data.copy_to_from, type.class_data.copy_to_from)
+        << type.default_instance->GetTypeName();
+  }
 }
 
 }  // namespace

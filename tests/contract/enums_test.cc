@@ -6,8 +6,8 @@
 #include <functional>
 #include <limits>
 
-#include "message_list.h"
-#include "prototypes.h"
+#include "support/message_list.h"
+#include "support/prototypes.h"
 
 namespace contract {
 namespace {
@@ -137,7 +137,7 @@ TEST(Enum, RangesFromZeroToItsLastValue) {
   });
 }
 
-TEST(Enum, HoldsExactlyTheDeclaredValuesForValid) {
+TEST(Enum, AcceptsExactlyTheDeclaredValuesAsValid) {
   ForEachEnum([](const Enum& each, int count) {
     for (bool (*const is_valid)(int) : each.is_valid) {
       for (int number = -2; number < count + 2; ++number) {

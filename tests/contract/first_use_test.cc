@@ -1,5 +1,5 @@
-// Several threads ask for what nobody in the process has asked for before: each test is a process
-// of its own.
+// Several threads use descriptors and reflection for the first time in a process. Each test is a
+// process of its own.
 
 #include <google/protobuf/descriptor.h>
 #include <gtest/gtest.h>
@@ -8,17 +8,14 @@
 #include <string>
 #include <vector>
 
-#include "../support/threads.h"
-#include "message_list.h"
+#include "support/message_class.h"
+#include "support/threads.h"
 
 namespace contract {
 namespace {
 
-using google::protobuf::Descriptor;
 using google::protobuf::DescriptorPool;
-using google::protobuf::Message;
 using google::protobuf::MessageFactory;
-using google::protobuf::Reflection;
 
 constexpr std::size_t kThreads = 16;
 
@@ -26,14 +23,17 @@ using DescriptorGetter = const Descriptor* (*)();
 
 std::vector<DescriptorGetter> Getters() {
   std::vector<DescriptorGetter> getters;
-  AllMessages::ForEach([&](auto type) { getters.push_back(&decltype(type)::Message::descriptor); });
+  for (const MessageClass& type : MessageClasses()) {
+    getters.push_back(type.descriptor);
+  }
   return getters;
 }
 
 std::vector<const Message*> DefaultInstances() {
   std::vector<const Message*> instances;
-  AllMessages::ForEach(
-      [&](auto type) { instances.push_back(&decltype(type)::Message::default_instance()); });
+  for (const MessageClass& type : MessageClasses()) {
+    instances.push_back(type.default_instance);
+  }
   return instances;
 }
 
@@ -83,7 +83,7 @@ TEST(FirstUse, GivesSeveralThreadsTheSameReflection) {
   }
 }
 
-// One thread finds a message by its name while another has it from its class.
+// One thread finds a message by its name while another gets it from its class.
 TEST(FirstUse, MayBeByNameInSomeThreadsAndByClassInOthers) {
   const std::vector<const Message*> instances = DefaultInstances();
   RunTogether(kThreads, [&](std::size_t thread) {

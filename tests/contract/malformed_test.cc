@@ -1,13 +1,13 @@
-// Bytes that are no message: refused, while what came before stays readable.
+// Malformed bytes are refused. What was read before the fault stays readable.
 
 #include <google/protobuf/descriptor.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
-#include "expected_bytes.h"
-#include "fill.h"
-#include "wire.h"
+#include "support/expected_bytes.h"
+#include "support/fill.h"
+#include "support/wire.h"
 
 namespace contract {
 namespace {

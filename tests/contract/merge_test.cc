@@ -5,9 +5,9 @@
 
 #include <algorithm>
 
-#include "expected_bytes.h"
-#include "fill.h"
-#include "wire.h"
+#include "support/expected_bytes.h"
+#include "support/fill.h"
+#include "support/wire.h"
 
 namespace contract {
 namespace {

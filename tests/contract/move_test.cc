@@ -1,84 +1,77 @@
-// A move swaps where both sides have the same owner, and copies where they have not.
+// A move swaps two messages of one owner, and copies from one owner to another.
 
 #include <gtest/gtest.h>
 
-#include <utility>
-
-#include "typed_fill.h"
+#include "support/expected_bytes.h"
+#include "support/fill.h"
 
 namespace contract {
 namespace {
 
-TEST(MoveConstructor, EmptiesAMessageOfTheHeap) {
-  ForEachTypedFilling([](auto type, int filling) {
-    using M = typename decltype(type)::Message;
-    const auto source = FilledOnHeap<M>(filling);
-    const M moved(std::move(*source));
-    EXPECT_EQ(ExpectedBytes(moved), FilledBytes<M>(filling));
+TEST(MoveConstructor, EmptiesAMessageOnTheHeap) {
+  ForEachFilledClass([](const FilledClass& filled) {
+    const auto source = filled.OnHeap();
+    const auto moved = filled.type.move_construct(*source);
+    EXPECT_EQ(ExpectedBytes(*moved), filled.Bytes());
     EXPECT_EQ(ExpectedBytes(*source), "");
   });
 }
 
-TEST(MoveConstructor, CopiesAMessageOfAnArena) {
-  ForEachTypedFilling([](auto type, int filling) {
-    using M = typename decltype(type)::Message;
+TEST(MoveConstructor, CopiesAMessageOnAnArena) {
+  ForEachFilledClass([](const FilledClass& filled) {
     Arena arena;
-    M& source = FilledOn<M>(arena, filling);
-    M* const view = &source;
-    const M moved(std::move(*view));
-    EXPECT_EQ(moved.GetArena(), nullptr);
-    EXPECT_EQ(ExpectedBytes(moved), FilledBytes<M>(filling));
-    EXPECT_EQ(ExpectedBytes(*view), FilledBytes<M>(filling));
+    Message& source = filled.OnArena(arena);
+    const auto moved = filled.type.move_construct(source);
+    EXPECT_EQ(moved->GetArena(), nullptr);
+    EXPECT_EQ(ExpectedBytes(*moved), filled.Bytes());
+    EXPECT_EQ(ExpectedBytes(source), filled.Bytes());
   });
 }
 
 TEST(MoveAssignment, SwapsOnTheHeapAndOnOneArena) {
-  ForEachTypedFilling([](auto type, int filling) {
-    using M = typename decltype(type)::Message;
-    const auto source = FilledOnHeap<M>(filling);
-    const auto target = FilledOnHeap<M>(filling + 1);
-    *target = std::move(*source);
-    EXPECT_EQ(ExpectedBytes(*target), FilledBytes<M>(filling));
-    EXPECT_EQ(ExpectedBytes(*source), FilledBytes<M>(filling + 1));
+  ForEachFilledClass([](const FilledClass& filled) {
+    const FilledClass next = filled.Next();
+    const auto source = filled.OnHeap();
+    const auto target = next.OnHeap();
+    filled.type.move_assign(*target, *source);
+    EXPECT_EQ(ExpectedBytes(*target), filled.Bytes());
+    EXPECT_EQ(ExpectedBytes(*source), next.Bytes());
 
     Arena arena;
-    M* const arena_source = &FilledOn<M>(arena, filling);
-    M* const arena_target = &FilledOn<M>(arena, filling + 1);
-    *arena_target = std::move(*arena_source);
-    EXPECT_EQ(ExpectedBytes(*arena_target), FilledBytes<M>(filling));
-    EXPECT_EQ(ExpectedBytes(*arena_source), FilledBytes<M>(filling + 1));
+    Message& arena_source = filled.OnArena(arena);
+    Message& arena_target = next.OnArena(arena);
+    filled.type.move_assign(arena_target, arena_source);
+    EXPECT_EQ(ExpectedBytes(arena_target), filled.Bytes());
+    EXPECT_EQ(ExpectedBytes(arena_source), next.Bytes());
   });
 }
 
 TEST(MoveAssignment, CopiesFromOneOwnerToAnother) {
-  ForEachTypedFilling([](auto type, int filling) {
-    using M = typename decltype(type)::Message;
-    const auto on_heap = FilledOnHeap<M>(filling);
+  ForEachFilledClass([](const FilledClass& filled) {
+    const FilledClass next = filled.Next();
+    const auto on_heap = filled.OnHeap();
     Arena arena;
     Arena other_arena;
-    for (M* const target :
-         {&FilledOn<M>(arena, filling + 1), &FilledOn<M>(other_arena, filling + 1)}) {
-      *target = std::move(*on_heap);
-      EXPECT_EQ(ExpectedBytes(*target), FilledBytes<M>(filling));
-      EXPECT_EQ(ExpectedBytes(*on_heap), FilledBytes<M>(filling));
+    for (Message* const target : {&next.OnArena(arena), &next.OnArena(other_arena)}) {
+      filled.type.move_assign(*target, *on_heap);
+      EXPECT_EQ(ExpectedBytes(*target), filled.Bytes());
+      EXPECT_EQ(ExpectedBytes(*on_heap), filled.Bytes());
     }
-    M* const source = &FilledOn<M>(arena, filling);
-    const auto heap_target = FilledOnHeap<M>(filling + 1);
-    for (M* const target : {heap_target.get(), &FilledOn<M>(other_arena, filling + 1)}) {
-      *target = std::move(*source);
-      EXPECT_EQ(ExpectedBytes(*target), FilledBytes<M>(filling));
-      EXPECT_EQ(ExpectedBytes(*source), FilledBytes<M>(filling));
+    Message& source = filled.OnArena(arena);
+    const auto heap_target = next.OnHeap();
+    for (Message* const target : {heap_target.get(), &next.OnArena(other_arena)}) {
+      filled.type.move_assign(*target, source);
+      EXPECT_EQ(ExpectedBytes(*target), filled.Bytes());
+      EXPECT_EQ(ExpectedBytes(source), filled.Bytes());
     }
   });
 }
 
 TEST(MoveAssignment, FromItselfChangesNothing) {
-  ForEachTypedFilling([](auto type, int filling) {
-    using M = typename decltype(type)::Message;
-    const auto message = FilledOnHeap<M>(filling);
-    M& same = *message;
-    *message = std::move(same);
-    EXPECT_EQ(ExpectedBytes(*message), FilledBytes<M>(filling));
+  ForEachFilledClass([](const FilledClass& filled) {
+    const auto message = filled.OnHeap();
+    filled.type.move_assign(*message, *message);
+    EXPECT_EQ(ExpectedBytes(*message), filled.Bytes());
   });
 }
 

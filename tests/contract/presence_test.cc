@@ -6,8 +6,8 @@
 #include <functional>
 #include <limits>
 
-#include "prototypes.h"
-#include "wire.h"
+#include "support/prototypes.h"
+#include "support/wire.h"
 
 namespace contract {
 namespace {

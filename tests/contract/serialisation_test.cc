@@ -1,12 +1,12 @@
-// Whole messages, with every field set, against bytes worked out from the rules of the format.
+// Messages with every field set, compared with bytes derived from the rules of the wire format.
 
 #include <google/protobuf/descriptor.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
-#include "expected_bytes.h"
-#include "fill.h"
+#include "support/expected_bytes.h"
+#include "support/fill.h"
 
 namespace contract {
 namespace {

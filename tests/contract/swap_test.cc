@@ -1,87 +1,80 @@
-// Two messages exchange all they hold, whoever owns them.
+// A swap exchanges all that two messages hold, on the heap, on an arena and between them.
 
 #include <gtest/gtest.h>
 
-#include "typed_fill.h"
+#include "support/expected_bytes.h"
+#include "support/fill.h"
 
 namespace contract {
 namespace {
 
-constexpr int kOther = 1;
-
-// `a` holds the filling, `b` the one after it.
-template <class M>
-void ExpectSwap(M& a, M& b, int filling) {
+// `a` holds the filling, `b` the next one.
+void ExpectSwap(const FilledClass& filled, Message& a, Message& b) {
   const Arena* const arena_a = a.GetArena();
   const Arena* const arena_b = b.GetArena();
-  a.Swap(&b);
-  EXPECT_EQ(ExpectedBytes(a), FilledBytes<M>(filling + kOther));
-  EXPECT_EQ(ExpectedBytes(b), FilledBytes<M>(filling));
+  filled.type.swap(a, b);
+  EXPECT_EQ(ExpectedBytes(a), filled.Next().Bytes());
+  EXPECT_EQ(ExpectedBytes(b), filled.Bytes());
   EXPECT_EQ(a.GetArena(), arena_a);
   EXPECT_EQ(b.GetArena(), arena_b);
-  swap(a, b);
-  EXPECT_EQ(ExpectedBytes(a), FilledBytes<M>(filling));
-  EXPECT_EQ(ExpectedBytes(b), FilledBytes<M>(filling + kOther));
+  filled.type.swap_function(a, b);
+  EXPECT_EQ(ExpectedBytes(a), filled.Bytes());
+  EXPECT_EQ(ExpectedBytes(b), filled.Next().Bytes());
 }
 
-TEST(Swap, ExchangesTwoMessagesOfTheHeap) {
-  ForEachTypedFilling([](auto type, int filling) {
-    using M = typename decltype(type)::Message;
-    ExpectSwap(*FilledOnHeap<M>(filling), *FilledOnHeap<M>(filling + kOther), filling);
+TEST(Swap, ExchangesTwoMessagesOnTheHeap) {
+  ForEachFilledClass([](const FilledClass& filled) {
+    ExpectSwap(filled, *filled.OnHeap(), *filled.Next().OnHeap());
   });
 }
 
-TEST(Swap, ExchangesTwoMessagesOfOneArena) {
-  ForEachTypedFilling([](auto type, int filling) {
-    using M = typename decltype(type)::Message;
+TEST(Swap, ExchangesTwoMessagesOnOneArena) {
+  ForEachFilledClass([](const FilledClass& filled) {
     Arena arena;
-    ExpectSwap(FilledOn<M>(arena, filling), FilledOn<M>(arena, filling + kOther), filling);
+    ExpectSwap(filled, filled.OnArena(arena), filled.Next().OnArena(arena));
   });
 }
 
-TEST(Swap, ExchangesMessagesOfTheHeapAndOfAnArena) {
-  ForEachTypedFilling([](auto type, int filling) {
-    using M = typename decltype(type)::Message;
+TEST(Swap, ExchangesAMessageOnTheHeapWithOneOnAnArena) {
+  ForEachFilledClass([](const FilledClass& filled) {
     Arena arena;
-    ExpectSwap(*FilledOnHeap<M>(filling), FilledOn<M>(arena, filling + kOther), filling);
-    ExpectSwap(FilledOn<M>(arena, filling), *FilledOnHeap<M>(filling + kOther), filling);
+    ExpectSwap(filled, *filled.OnHeap(), filled.Next().OnArena(arena));
+    ExpectSwap(filled, filled.OnArena(arena), *filled.Next().OnHeap());
   });
 }
 
-TEST(Swap, ExchangesMessagesOfTwoArenas) {
-  ForEachTypedFilling([](auto type, int filling) {
-    using M = typename decltype(type)::Message;
+TEST(Swap, ExchangesMessagesOnTwoArenas) {
+  ForEachFilledClass([](const FilledClass& filled) {
     Arena arena;
     Arena other;
-    ExpectSwap(FilledOn<M>(arena, filling), FilledOn<M>(other, filling + kOther), filling);
+    ExpectSwap(filled, filled.OnArena(arena), filled.Next().OnArena(other));
   });
 }
 
 TEST(Swap, WithItselfChangesNothing) {
-  ForEachTypedFilling([](auto type, int filling) {
-    using M = typename decltype(type)::Message;
-    const auto message = FilledOnHeap<M>(filling);
-    message->Swap(message.get());
-    message->UnsafeArenaSwap(message.get());
-    EXPECT_EQ(ExpectedBytes(*message), FilledBytes<M>(filling));
+  ForEachFilledClass([](const FilledClass& filled) {
+    const auto message = filled.OnHeap();
+    filled.type.swap(*message, *message);
+    filled.type.unsafe_arena_swap(*message, *message);
+    EXPECT_EQ(ExpectedBytes(*message), filled.Bytes());
   });
 }
 
 TEST(UnsafeArenaSwap, ExchangesMessagesOfOneOwner) {
-  ForEachTypedFilling([](auto type, int filling) {
-    using M = typename decltype(type)::Message;
+  ForEachFilledClass([](const FilledClass& filled) {
+    const FilledClass next = filled.Next();
     Arena arena;
-    M& a = FilledOn<M>(arena, filling);
-    M& b = FilledOn<M>(arena, filling + kOther);
-    a.UnsafeArenaSwap(&b);
-    EXPECT_EQ(ExpectedBytes(a), FilledBytes<M>(filling + kOther));
-    EXPECT_EQ(ExpectedBytes(b), FilledBytes<M>(filling));
+    Message& a = filled.OnArena(arena);
+    Message& b = next.OnArena(arena);
+    filled.type.unsafe_arena_swap(a, b);
+    EXPECT_EQ(ExpectedBytes(a), next.Bytes());
+    EXPECT_EQ(ExpectedBytes(b), filled.Bytes());
 
-    const auto heap_a = FilledOnHeap<M>(filling);
-    const auto heap_b = FilledOnHeap<M>(filling + kOther);
-    heap_a->UnsafeArenaSwap(heap_b.get());
-    EXPECT_EQ(ExpectedBytes(*heap_a), FilledBytes<M>(filling + kOther));
-    EXPECT_EQ(ExpectedBytes(*heap_b), FilledBytes<M>(filling));
+    const auto heap_a = filled.OnHeap();
+    const auto heap_b = next.OnHeap();
+    filled.type.unsafe_arena_swap(*heap_a, *heap_b);
+    EXPECT_EQ(ExpectedBytes(*heap_a), next.Bytes());
+    EXPECT_EQ(ExpectedBytes(*heap_b), filled.Bytes());
   });
 }
 

@@ -1,11 +1,11 @@
-// What a message does not know it keeps, and writes again after what it knows.
+// A message keeps unknown fields and writes them after the known ones.
 
 #include <google/protobuf/descriptor.h>
 #include <gtest/gtest.h>
 
-#include "expected_bytes.h"
-#include "fill.h"
-#include "wire.h"
+#include "support/expected_bytes.h"
+#include "support/fill.h"
+#include "support/wire.h"
 
 namespace contract {
 namespace {

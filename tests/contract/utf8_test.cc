@@ -1,11 +1,11 @@
-// Text that is not UTF-8: written with one line in the log, refused when read.
+// Text that is not UTF-8 is written with one line in the log, and refused when read.
 
 #include <google/protobuf/descriptor.h>
 #include <gtest/gtest.h>
 
-#include "../support/log_recorder.h"
-#include "prototypes.h"
-#include "wire.h"
+#include "support/log_recorder.h"
+#include "support/prototypes.h"
+#include "support/wire.h"
 
 namespace contract {
 namespace {
@@ -17,6 +17,7 @@ const std::vector<std::string>& InvalidTexts() {
       "\xff"s,              // no such byte
       "good, then \x80"s,   // a continuation of nothing
       "\xe2\x82"s,          // cut short
+      "\xc3("s,             // a first byte without its continuation
       "\xc0\x80"s,          // zero in more bytes than it needs
       "\xed\xa0\x80"s,      // half of a surrogate pair
       "\xf4\x90\x80\x80"s,  // beyond U+10FFFF
@@ -51,33 +52,36 @@ void ForEachStringField(const Check& check) {
   }
 }
 
-void ExpectErrorsNaming(const FieldDescriptor* field, std::size_t count, const LogRecorder& log) {
+// `doing` is what the runtime was at: "parsing" or "serializing".
+void ExpectErrorsNaming(const FieldDescriptor* field, const char* doing, std::size_t count,
+                        const LogRecorder& log) {
   EXPECT_EQ(log.lines().size(), count);
   for (const LogRecorder::Line& line : log.lines()) {
     EXPECT_EQ(line.level, google::protobuf::LOGLEVEL_ERROR);
     EXPECT_NE(line.text.find("'" + field->full_name() + "'"), std::string::npos) << line.text;
+    EXPECT_NE(line.text.find(doing), std::string::npos) << line.text;
   }
 }
 
-TEST(InvalidText, IsWrittenAllTheSameWithOneErrorNamingTheField) {
+TEST(InvalidText, IsWrittenWithOneErrorThatNamesTheField) {
   ForEachStringField([](const Message& prototype, const FieldDescriptor* field) {
     for (const std::string& text : InvalidTexts()) {
       const std::unique_ptr<Message> message = NewOnHeap(prototype);
       PutString(*message, field, text);
       const LogRecorder log;
       EXPECT_EQ(message->SerializeAsString(), wire::LengthDelimitedField(field->number(), text));
-      ExpectErrorsNaming(field, 1, log);
+      ExpectErrorsNaming(field, "serializing", 1, log);
     }
   });
 }
 
-TEST(InvalidText, IsRefusedWithAnErrorNamingTheField) {
+TEST(InvalidText, IsRefusedWithAnErrorThatNamesTheField) {
   ForEachStringField([](const Message& prototype, const FieldDescriptor* field) {
     for (const std::string& text : InvalidTexts()) {
       const std::unique_ptr<Message> message = NewOnHeap(prototype);
       const LogRecorder log;
       EXPECT_FALSE(message->ParseFromString(wire::LengthDelimitedField(field->number(), text)));
-      ExpectErrorsNaming(field, 1, log);
+      ExpectErrorsNaming(field, "parsing", 1, log);
     }
   });
 }
@@ -99,7 +103,7 @@ TEST(InvalidText, IsReportedForEachElementOfARepeatedField) {
                   wire::LengthDelimitedField(field->number(), "good") +
                   wire::LengthDelimitedField(field->number(), "") +
                   wire::LengthDelimitedField(field->number(), "\xfe"));
-    ExpectErrorsNaming(field, 2, log);
+    ExpectErrorsNaming(field, "serializing", 2, log);
   });
   EXPECT_EQ(repeated_strings, 3);
 }
@@ -113,7 +117,7 @@ TEST(InvalidText, InALaterElementIsRefusedToo) {
     const LogRecorder log;
     EXPECT_FALSE(message->ParseFromString(wire::LengthDelimitedField(field->number(), "good") +
                                           wire::LengthDelimitedField(field->number(), "\xff")));
-    ExpectErrorsNaming(field, 1, log);
+    ExpectErrorsNaming(field, "parsing", 1, log);
     EXPECT_EQ(message->GetReflection()->GetRepeatedString(*message, field, 0), "good");
   });
 }

@@ -1,15 +1,15 @@
 // The order of the virtual functions, which callers compiled elsewhere rely on.
 //
-// By the Itanium ABI an object begins with a pointer to its class's table of functions, where the
-// destructor takes two slots: one that destroys, one that also frees.
+// In the Itanium ABI an object begins with a pointer to the vtable of its class. The destructor has
+// two slots there: one destroys, the other also frees.
 
 #include <google/protobuf/descriptor.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
 
-#include "../support/loaded_library.h"
-#include "prototypes.h"
+#include "support/loaded_library.h"
+#include "support/prototypes.h"
 
 namespace contract {
 namespace {

@@ -4,8 +4,8 @@
 #include <stdexcept>
 #include <string>
 
-#include "../messages/wire.h"
 #include "inputs.h"
+#include "support/hex_bytes.h"
 
 namespace differential {
 void ForEachMessageOf(const std::string& corpus, const Visitor& visit) {

@@ -10,7 +10,7 @@ import pathlib
 import sys
 
 TESTS = pathlib.Path(__file__).resolve().parent.parent
-sys.path[:0] = [str(TESTS / "interchange"), str(TESTS / "fuzz")]
+sys.path[:0] = [str(TESTS.parent / "implementations/reference"), str(TESTS / "fuzz")]
 
 import random_messages  # noqa: E402
 import seeds  # noqa: E402

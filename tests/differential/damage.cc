@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "../contract/expected_bytes.h"
-#include "../contract/fill.h"
-#include "../contract/wire.h"
-#include "../fuzz/mutate.h"
 #include "inputs.h"
+#include "support/expected_bytes.h"
+#include "support/fill.h"
+#include "support/mutate.h"
+#include "support/wire.h"
 
 namespace differential {
 namespace {
@@ -88,7 +88,7 @@ void ForEachOddField(int number, const VisitBytes& visit) {
   visit(wire::Varint(static_cast<std::uint64_t>(number) << 3 | 7) + '\x01');
 }
 
-// Contents that are odd wherever a message stands.
+// Contents that are unusual in any message.
 std::vector<std::string> OddContents() {
   return {"",
           "\0"s,

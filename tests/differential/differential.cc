@@ -1,6 +1,6 @@
 // usage: differential record CORPUS RECORD   writes down what is seen of each input, as a hash
-//        differential check CORPUS RECORD    sees the same, or prints the number of the first input
-//                                            of which it does not, and returns 1
+//        differential check CORPUS RECORD    compares; at the first difference it prints the number
+//                                            of the input and returns 1
 //        differential show CORPUS NUMBER     prints what is seen of one input, a line for each
 //                                            stage: its name, a tab, the result in hexadecimal
 // The first line that is printed is the file of the library that the program runs with.
@@ -21,9 +21,9 @@
 #include <tuple>
 #include <vector>
 
-#include "../messages/wire.h"
 #include "inputs.h"
 #include "observe.h"
+#include "support/hex_bytes.h"
 
 namespace {
 
@@ -86,7 +86,7 @@ struct Verdicts {
   std::size_t refused = 0;
 };
 
-// A comparison of what is always refused, or never, would say little.
+// Inputs that are all refused, or all accepted, would show little.
 void RequireBothVerdicts(std::map<std::string, Verdicts> verdicts) {
   for (const differential::Message* prototype : contract::Prototypes()) {
     const Verdicts& of_type = verdicts[prototype->GetTypeName()];
@@ -162,7 +162,7 @@ void Show(const std::string& corpus, std::size_t wanted) {
   } catch (const Enough&) {
     return;
   }
-  throw std::runtime_error("there is no input of number " + std::to_string(wanted));
+  throw std::runtime_error("no input has the number " + std::to_string(wanted));
 }
 
 std::string Library() {

@@ -1,11 +1,11 @@
-// What the builds are compared on: the same inputs in the same order in each run. None of them
-// comes from code that is compared.
+// The inputs that the builds are compared on, in the same order in each run. None comes from code
+// that is compared.
 #pragma once
 
 #include <functional>
 #include <string>
 
-#include "../contract/prototypes.h"
+#include "support/prototypes.h"
 
 namespace differential {
 
@@ -31,11 +31,11 @@ using Visitor = std::function<void(const Input&)>;
 // Reads what corpus.py wrote. Throws std::runtime_error if it cannot.
 void ForEachMessageOf(const std::string& corpus, const Visitor& visit);
 
-// Messages with something in every field, whole, cut, changed, and with what no writer writes.
+// Messages with every field set: whole, truncated, mutated, and in forms that no writer produces.
 void ForEachDamage(const Visitor& visit);
 
-// Texts in each string field: lengths, places and characters at which a fast way through may differ
-// from the plain one. In one field, every short sequence there is.
+// Texts in each string field: lengths, positions and characters where a fast path may differ from
+// the plain one. One field gets every short sequence.
 void ForEachText(const Visitor& visit);
 
 }  // namespace differential

@@ -1,5 +1,5 @@
-// In front of the generated sources: one mistake of those that a fast way through could make, which
-// the environment names at run time. With none named, nothing is changed.
+// Included before the generated sources: plants one mistake that a fast path could make. The
+// environment names it at run time. Without a name, nothing changes.
 #ifndef QMSG_TESTS_DIFFERENTIAL_MISTAKES_H
 #define QMSG_TESTS_DIFFERENTIAL_MISTAKES_H
 
@@ -113,7 +113,7 @@ inline std::size_t SizeWithoutUnknownFields(std::size_t size, CachedSize* cached
   return size;
 }
 
-// A sub-message that says it ended where its length says, whatever it ended with.
+// A sub-message that reports its end where its length says, without a check of the last tag.
 template <class M>
 struct MistakenMessage {
   const char* _InternalParse(const char* ptr, ParseContext* context) {

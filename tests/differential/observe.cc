@@ -10,8 +10,8 @@
 #include <memory>
 #include <vector>
 
-#include "../support/log_recorder.h"
 #include "aliasing_output.h"
+#include "support/log_recorder.h"
 
 namespace differential {
 namespace {
@@ -34,10 +34,10 @@ int Size(const std::string& bytes) { return static_cast<int>(bytes.size()); }
 
 const char* Verdict(bool done) { return done ? "yes" : "no"; }
 
-// A copy that ends where its memory ends, which is what a sanitizer sees a step beyond.
+// A copy that ends where its memory ends, so that a sanitizer sees a read beyond it.
 std::vector<char> Exact(const std::string& bytes) { return {bytes.begin(), bytes.end()}; }
 
-// Bytes that are no message can make the runtime give back more of the stream than it took, which
+// Bytes that are not a message can make the runtime return more of the stream than it took, which
 // the stream checks.
 std::string ReadPart(Message& message, ArrayInputStream& stream, int size) {
   try {
@@ -206,7 +206,7 @@ class Observer {
     copy->DiscardUnknownFields();
     Add("ByteSizeLong() without unknown fields", 0, std::to_string(copy->ByteSizeLong()));
     AddState("without unknown fields", 0, *copy);
-    // Last, since looking at a map by reflection changes how it is held.
+    // Last: reflection changes how a map is stored.
     Add("as text", 0, message.ShortDebugString());
   }
 

@@ -1,5 +1,5 @@
-// What a program can see of a message: by reading bytes in each way, by writing what was read, and
-// by what programs do with messages in between.
+// Everything that a program can observe of a message: reading in each way, writing, and what
+// programs do with a message in between.
 #pragma once
 
 #include <string>
@@ -19,9 +19,8 @@ class Observations {
   virtual void Add(const char* stage, int variant, const std::string& result) = 0;
 };
 
-// Returns whether the bytes are accepted. All is the same for each run of a build: where a message
-// holds a map, whose order of writing changes from run to run, bytes count only as far as they do
-// not depend on it.
+// Returns whether the bytes are accepted. The result is the same for each run of a build. The order
+// of a map changes from run to run, so bytes that depend on it do not count.
 bool Observe(const Input& input, Observations& observations);
 
 }  // namespace differential

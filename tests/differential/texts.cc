@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "../contract/wire.h"
 #include "inputs.h"
+#include "support/wire.h"
 
 namespace differential {
 namespace {
@@ -21,7 +21,7 @@ const std::string kContinuations = "\x7f\x80\x8f\x90\x9f\xa0\xbf\xc0\xff"s;
 const std::string kFirstBytes =
     "\x00\x41\x7f\x80\xbf\xc0\xc1\xc2\xdf\xe0\xe1\xec\xed\xee\xef\xf0\xf3\xf4\xf5\xf7\xf8\xfc\xfe\xff"s;
 
-// Where a fast way through stops looking at eight or sixteen bytes at once.
+// Where a fast path stops reading eight or sixteen bytes at once.
 constexpr std::size_t kPlaces[] = {0, 13, 14, 15, 16, 31, 61};
 
 const std::vector<std::string>& Characters() {
@@ -57,7 +57,7 @@ std::string Ascii(std::size_t length) {
   return text;
 }
 
-// In the place of as many bytes of a text, or at its end if there are not as many.
+// Replaces as many bytes of a text, or those at its end if there are fewer.
 std::string Put(std::string text, std::size_t place, const std::string& sequence) {
   return text.replace(place, sequence.size(), sequence);
 }

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Usage: commands.sh PAGE HEADING
-# Prints the shell commands that stand under a heading of the second level, those of ./dev aside.
+# Prints the shell commands under a heading of the second level, except those of ./dev.
 set -euo pipefail
 commands=$(awk -v heading="## $2" '
   /^## / { inside = $0 == heading }

@@ -1,10 +1,11 @@
-"""What the documents say is so: programs, their output, tables, links."""
+"""Checks the documents' programs, tables, links and commands."""
 
 import os
 import re
 import subprocess
 import unittest
 
+import links
 import page
 from page import ROOT
 
@@ -24,7 +25,7 @@ def blocks(path, language):
 
 
 def section(path, heading):
-    """The text under a heading, up to the next one of its level or above."""
+    """The text under a heading, up to the next heading of its level or a higher one."""
     level = heading.index(" ")
     found = re.search(rf"^{re.escape(heading)}\n(.*?)(?=^#{{1,{level}}} |\Z)", path.read_text(),
                       re.M | re.S)
@@ -33,7 +34,7 @@ def section(path, heading):
 
 
 def rows(text):
-    """The cells of the tables in a text, without those of their headings."""
+    """The rows of the tables in a text as lists of cells, without their headings."""
     cells = [re.split(r"\s*\|\s*", line.strip())[1:-1]
              for line in text.splitlines() if line.startswith("|")]
     rules = [row[0].startswith("---") for row in cells] + [False]
@@ -41,19 +42,21 @@ def rows(text):
             if not rule and not rule_below]
 
 
-def anchors(path):
-    """The fragments that the headings of a document can be linked by."""
-    headings = re.findall(r"^#+ (.*)$", path.read_text(), re.M)
-    return {re.sub(r"[^\w\- ]", "", heading.lower()).replace(" ", "-") for heading in headings}
-
-
 class Documents(unittest.TestCase):
     def test_the_first_program_is_the_quickstart(self):
         quickstart = (ROOT / "examples/quickstart/main.cc").read_text()
         self.assertEqual(blocks(README, "cpp")[0].strip(), quickstart.strip())
 
+    def test_the_figures_of_the_readme_are_those_of_the_performance_page(self):
+        page = rows((ROOT / "docs/performance.md").read_text(encoding="utf-8"))
+        measured = {row[0].split(",")[0].strip("`"): row for row in reversed(page)}
+        speeds = [f"{measured[name][-1].strip('*')} times as fast" for name in ("serialise", "parse")]
+        _, library, baseline, _ = measured["dlopen"]
+        [shown, *_] = rows(README.read_text(encoding="utf-8"))
+        self.assertEqual(shown, [*speeds, f"{library} µs instead of {baseline} µs"])
+
     def test_the_example_of_running_out_of_memory_is_one_that_a_test_runs(self):
-        test = (ROOT / "tests/allocation/memory_limit_test.cc").read_text()
+        test = (ROOT / "tests/adversarial/memory_limit_test.cc").read_text()
         [example] = blocks(ROOT / "docs/allocation-failure.md", "cpp")
         self.assertIn(example, test)
 
@@ -66,24 +69,25 @@ class Documents(unittest.TestCase):
             elif line.startswith("  message "):
                 declared[file].append(line.split()[1])
         rows = re.findall(r"^\| \[`(\w+\.proto)`\]\S* \| `(quor\.protobuf\.\w+)` \| (.*?) \|",
-                          README.read_text(), re.M)
+                          (ROOT / "docs/messages.md").read_text(), re.M)
         listed = {file: re.findall(r"`(\w+)`", names) for file, _, names in rows}
         self.assertEqual(listed, declared)
 
-    def test_links_lead_somewhere(self):
-        for document in documents():
-            for target in re.findall(r"\]\(([^)\s]+)\)", document.read_text()):
-                if "://" in target:
-                    continue
-                path, _, fragment = target.partition("#")
-                file = (document.parent / path).resolve() if path else document
-                with self.subTest(document=document.name, target=target):
-                    self.assertTrue(file.exists())
-                    if fragment:
-                        self.assertIn(fragment, anchors(file))
+    def test_the_index_links_to_every_page_and_has_no_code(self):
+        index = (ROOT / "docs/README.md").read_text()
+        pages = {path.name for path in ROOT.glob("docs/*.md")} - {"README.md"}
+        self.assertEqual(pages - set(links.targets(index)), set())
+        self.assertEqual(list(page.blocks(index)), [])
 
-    def test_every_command_of_the_entry_script_is_one_that_ci_runs(self):
-        ci = (ROOT / ".ci/run").read_text()
+    def test_links_lead_somewhere(self):
+        followed = list(links.follow(documents(), ROOT))
+        self.assertGreater(len(followed), 100)
+        for document, target, fault in followed:
+            with self.subTest(document=document, target=target):
+                self.assertIsNone(fault)
+
+    def test_ci_runs_every_documented_command_of_the_entry_script(self):
+        ci = (ROOT / ".ci/run").read_text() + (ROOT / ".ci/full").read_text()
         for document in documents():
             for command in re.findall(r"^(\./dev \w+)", "\n".join(blocks(document, "sh")), re.M):
                 with self.subTest(document=document.name, command=command):

@@ -1,4 +1,4 @@
-"""The programs of docs/hostile-input.md are tested ones, and its memory figures are those of today.
+"""The programs of docs/hostile-input.md are tested, and its memory figures are up to date.
 
 QMSG_HOSTILE_TABLE: the program that prints the tables.
 """
@@ -10,11 +10,11 @@ import unittest
 from docs_test import ROOT, blocks, rows
 
 PAGE = ROOT / "docs/hostile-input.md"
-TESTED = ROOT / "tests/hostile/advice_test.cc"
+TESTED = ROOT / "tests/adversarial/advice_test.cc"
 
 
 def tables(text):
-    """The rows of each table, apart from each other."""
+    """A list of rows for each table."""
     found = []
     for part in text.split("\n\n"):
         if table := rows(part):
@@ -30,7 +30,7 @@ def number(cell):
 
 
 class Programs(unittest.TestCase):
-    def test_each_is_part_of_a_test(self):
+    def test_each_program_is_part_of_a_test(self):
         tested = TESTED.read_text(encoding="utf-8")
         programs = blocks(PAGE, "cpp")
         self.assertGreater(len(programs), 4)
@@ -39,7 +39,7 @@ class Programs(unittest.TestCase):
 
 
 class Tables(unittest.TestCase):
-    def test_show_the_shapes_and_the_memory_that_are_measured(self):
+    def test_shapes_and_memory_are_as_measured(self):
         run = subprocess.run([os.environ["QMSG_HOSTILE_TABLE"], "--no-times"], capture_output=True,
                              text=True, check=True)
         shown = tables(PAGE.read_text(encoding="utf-8"))

@@ -1,4 +1,4 @@
-"""docs/implementations.md tells of every deviation that tests/interchange records as data."""
+"""docs/implementations.md lists every deviation that tests/conformance records."""
 
 import re
 import sys
@@ -6,10 +6,10 @@ import unittest
 
 from docs_test import ROOT, rows, section
 
-INTERCHANGE = ROOT / "tests/interchange"
-sys.path.insert(0, str(INTERCHANGE))
+CONFORMANCE = ROOT / "tests/conformance"
+sys.path.insert(0, str(CONFORMANCE))
 # pylint: disable=wrong-import-position
-import random_interchange
+import random_conformance
 import run
 
 PAGE = ROOT / "docs/implementations.md"
@@ -17,8 +17,8 @@ PAGE = ROOT / "docs/implementations.md"
 
 def deviations():
     recorded = run.read_deviations(run.DEVIATIONS.read_text(encoding="utf-8"), run.DEVIATIONS.name)
-    return recorded + random_interchange.read_deviations(
-        random_interchange.DEVIATIONS.read_text(encoding="utf-8"), recorded)
+    return recorded + random_conformance.read_deviations(
+        random_conformance.DEVIATIONS.read_text(encoding="utf-8"), recorded)
 
 
 def names(drivers):
@@ -26,7 +26,7 @@ def names(drivers):
 
 
 def table():
-    """The rows to be shown, up to their last column, which is for people to write."""
+    """The expected rows without their last column, which is written by hand."""
     reasons_of = {}
     for known in deviations():
         reasons = reasons_of.setdefault(known.what, {})
@@ -42,21 +42,21 @@ class Implementations(unittest.TestCase):
     maxDiff = None
 
     def test_the_table_of_deviations_is_that_of_the_data(self):
-        shown = rows(section(PAGE, "## Where they deviate"))
+        shown = rows(section(PAGE, "## Deviations"))
         expected = list(table())
         self.assertEqual([row[:3] for row in shown], expected,
                          "expected:\n" + "\n".join(f"| {' | '.join(row)} |" for row in expected))
 
     def test_each_deviation_says_what_it_means_for_a_user(self):
-        for *row, meaning in rows(section(PAGE, "## Where they deviate")):
+        for *row, meaning in rows(section(PAGE, "## Deviations")):
             with self.subTest(row[0]):
                 self.assertEqual(len(row), 3)
                 self.assertGreater(len(meaning.split()), 2)
 
     def test_every_driver_is_listed(self):
         listed = [re.findall(r"`([\w-]+)`", row[0])
-                  for row in rows(section(PAGE, "## Which they are"))]
-        built = (INTERCHANGE / "CMakeLists.txt").read_text()
+                  for row in rows(section(PAGE, "## Implementations"))]
+        built = (CONFORMANCE / "CMakeLists.txt").read_text()
         declared = re.search(r"set\(drivers(.*?)\)", built, re.S).group(1).split()
         expected = []
         for driver in declared:

@@ -1,12 +1,12 @@
-"""The code blocks of a page, and what running them shows.
+"""Finds the code blocks of a page, and runs them.
 
-What is done with a block follows from the words after its backquotes:
+The words after its backquotes decide what happens to a block:
 
     sh             run
     console        lines after "$ " are run (those after "> " continue them); the others are what
                    they print
-    LANGUAGE FILE  written to FILE, for the commands after it; or, where FILE names a folder and
-                   is there in the source tree, a part of that file
+    LANGUAGE FILE  written to FILE, for the commands after it; or, if FILE has a folder and exists
+                   in the source tree, compared with that file, as a part of it
 """
 
 import os
@@ -20,13 +20,13 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 BLOCK = re.compile(r"^```([^\n`]*)\n(.*?)^```$", re.M | re.S)
 HEADING = re.compile(r"^## (.*)$", re.M)
 COMMAND = re.compile(r"^\$ (.*(?:\n> .*)*)", re.M)
-# Commands that are CI's own: of the entry script, and those that build as it does.
+# Commands that CI runs itself: those of the entry script, and builds by preset.
 OF_CI = re.compile(r"^(\./dev \w|cmake (--build )?--preset \w).*\n", re.M)
 
 
 class Block(NamedTuple):
-    """A fenced block. Its line counts from 1, its section is the last heading of the second level,
-    and its file is empty if it names none."""
+    """A fenced block. `line` counts from 1, `section` is the last heading of the second level,
+    `file` is empty if the block names none."""
     line: int
     section: str
     language: str
@@ -34,7 +34,7 @@ class Block(NamedTuple):
     text: str
 
     def source(self):
-        """What the block is a part of, or None."""
+        """The text of the file that the block is a part of, or None."""
         path = ROOT / self.file
         return path.read_text(encoding="utf-8") if "/" in self.file and path.is_file() else None
 
@@ -49,7 +49,7 @@ def blocks(content):
 
 
 class Session:
-    """A folder in which commands run one after the other, with qmsg installed as a user has it.
+    """A folder to run commands in, one after the other, with qmsg installed as users have it.
 
     From the environment: QMSG_PREFIX, where it is installed; QMSG_BUILD, the build tree, which
     stands in for those that pages name; QMSG_PYTHON, the Python package.
@@ -59,7 +59,7 @@ class Session:
         self.folder = pathlib.Path(home) / "work"
         self.folder.mkdir()
         self.status = "0"
-        prefix = pathlib.Path(home) / "qmsg"  # a path that no shell has to quote
+        prefix = pathlib.Path(home) / "qmsg"  # a path without spaces
         prefix.symlink_to(os.environ["QMSG_PREFIX"])
         library = f"{prefix}/{os.environ['QMSG_LIBDIR']}"
         self.environment = {
@@ -88,14 +88,15 @@ class Session:
                               timeout=300)
 
     def run(self, commands):
-        """Runs commands of which each has to work; returns what they print."""
+        """Runs commands, each of which has to succeed; returns their output."""
         done = self._bash("-euo", "pipefail", "-c", OF_CI.sub("", commands))
         if done.returncode:
             raise AssertionError(f"status {done.returncode} from\n{commands}\n{done.stdout}")
         return done.stdout
 
     def shown(self, console):
-        """The block as a terminal shows it now. The status of one command is $? of the next."""
+        """Runs the commands of a console block and returns it with their output. $? of a command is
+        the status of the one before."""
         commands = COMMAND.findall(console)
         script = "".join(f"(exit $status)\n{command}\nstatus=$?; printf '\\0'\n"
                          for command in commands).replace("\n> ", "\n")
@@ -111,6 +112,6 @@ class Session:
 
 
 def is_part(text, source):
-    """Whether lines are part of a source, indented or not."""
+    """Whether a source contains these lines, at any indentation."""
     return any(textwrap.indent(text, " " * depth, lambda line: line != "\n") in source
                for depth in range(0, 17, 2))

@@ -1,7 +1,7 @@
-"""The code blocks of README.md and docs/ run as they stand, and print what is shown.
+"""Runs the code blocks of README.md and docs/ unchanged: they print what the pages show.
 
 Usage: page_test.py PAGE...          run the blocks of these pages, such as tool
-       page_test.py --write PAGE...  write anew what their console blocks show
+       page_test.py --write PAGE...  update the output in their console blocks
 
 The environment is that of page.Session; build/gcc/tests/docs/page sets it.
 """
@@ -12,14 +12,14 @@ import unittest
 
 import page
 
-# What a test of its own runs or compares: blocks of a language or, in quotation marks, of a
+# Blocks that another test runs or compares: those of a language or, in quotation marks, of a
 # section.
 HELD_BY = {
-    ("README", '"From a package"'): "../package/installed.sh",
-    ("README", '"From source"'): "readme_commands.sh",
+    ("README", '"Install"'): "../packaging/debian/installed.sh",
     ("allocation-failure", "cpp"): "docs_test.py",
     ("embedding", "cpp"): "../embedding/page_test.py",
     ("embedding", "text"): "../embedding/collision_test.py",
+    ("getting-started", '"Install from source"'): "readme_commands.sh",
     ("hostile-input", "cpp"): "hostile_input_test.py",
     ("performance-guide", "cpp"): "performance_guide_test.py",
     **{("wire-format", language): "wire_format_test.py" for language in
@@ -32,7 +32,7 @@ def path_of(name):
 
 
 def to_run(name):
-    """The blocks of a page that no other test holds."""
+    """The blocks of a page that no other test checks."""
     for block in page.blocks(path_of(name).read_text(encoding="utf-8")):
         if not {(name, block.language), (name, f'"{block.section}"')} & HELD_BY.keys():
             yield block
@@ -46,7 +46,7 @@ class Page(unittest.TestCase):
         self.name = name
 
     def __str__(self):
-        return f"{path_of(self.name).name} runs as it stands"
+        return f"{path_of(self.name).name} runs unchanged"
 
     def setUp(self):
         scratch = tempfile.TemporaryDirectory(prefix="page")
@@ -67,7 +67,7 @@ class Page(unittest.TestCase):
         elif block.file:
             self.session.write(block)
         else:
-            self.fail(f"{where}: nothing is done with a block of '{block.language}'. Name a file "
+            self.fail(f"{where}: no rule for a block of '{block.language}'. Name a file "
                       "after the language, or make it sh or console.")
 
 

@@ -1,4 +1,4 @@
-// The code that docs/performance-guide.md shows, and what it says about memory.
+// Tests the code of docs/performance-guide.md, and its statements about memory.
 
 #include <gtest/gtest.h>
 #include <qmsg/jobqueue.pb.h>
@@ -7,9 +7,9 @@
 #include <string>
 #include <string_view>
 
-#include "../../bench/guide.h"
-#include "../../bench/workloads.h"
-#include "../hostile/heap_use.h"
+#include "bench/guide.h"
+#include "bench/workloads.h"
+#include "support/heap_use.h"
 
 namespace {
 
@@ -22,7 +22,7 @@ namespace Tarq = quor::protobuf::Tarq;
 
 constexpr std::size_t kMebibyte = std::size_t{1024} * 1024;
 
-// Statements of some length, each with a stack.
+// SQL statements of 100 bytes, each with a stack trace.
 Tarq::SqlQueries Statements(int count) {
   Tarq::SqlQueries queries;
   for (int i = 0; i < count; ++i) {
@@ -52,8 +52,8 @@ TEST(ArenaReader, ReadsOneMessageAfterTheOther) {
   ExpectOneMessageAfterTheOther(reader);
 }
 
-// Of the texts only the short ones are within their objects.
-TEST(ArenaReader, TakesNothingFromTheHeapForWhatFitsItsBlock) {
+// Only short strings are stored inside their objects.
+TEST(ArenaReader, AllocatesNothingForMessagesThatFitItsBlock) {
   const std::string bytes = "\x12\x01w\x12\x01x"s;
   guide::ArenaReader<Tarq::RequestHeaders> fits(4096);
   guide::ArenaReader<Tarq::RequestHeaders> too_small(200);
@@ -66,7 +66,7 @@ TEST(ArenaReader, TakesNothingFromTheHeapForWhatFitsItsBlock) {
   EXPECT_GT(heap_use::Allocations() - before, 0U);
 }
 
-// Of the measured messages, all but the one that is little else than long texts.
+// All measured messages except the one that consists of long strings.
 struct SpaceOnArena {
   template <class M>
   void operator()(const std::string& workload) const {
@@ -81,7 +81,9 @@ struct SpaceOnArena {
   }
 };
 
-TEST(Arena, TakesUpToTwoAndAHalfBytesForEachOfAMessage) { bench::ForEachWorkload(SpaceOnArena()); }
+TEST(Arena, TakesUpToTwoAndAHalfBytesForEachByteOfAMessage) {
+  bench::ForEachWorkload(SpaceOnArena());
+}
 
 TEST(Arena, TakesAWholeStartBlockForASmallMessage) {
   ArenaOptions options;
@@ -108,7 +110,7 @@ TEST(ReusingReader, ReadsOneMessageAfterTheOther) {
   ExpectOneMessageAfterTheOther(reader);
 }
 
-TEST(ReusingReader, TakesNothingFromTheHeapForWhatItHasRoomFor) {
+TEST(ReusingReader, AllocatesNothingForMessagesItHasRoomFor) {
   const std::string bytes = "\x12\x28"s + std::string(40, 'a');
   guide::ReusingReader<Tarq::RequestHeaders> reader(10 * bytes.size());
   ASSERT_NE(reader.Read(bytes), nullptr);
@@ -121,8 +123,8 @@ TEST(ReusingReader, TakesNothingFromTheHeapForWhatItHasRoomFor) {
   EXPECT_GT(heap_use::Allocations() - before, 0U);
 }
 
-// One long text, each time in another element.
-TEST(ReusingReader, HoldsWhatItsBoundAllows) {
+// One long string, in another element each time.
+TEST(ReusingReader, KeepsNoMoreThanItsBound) {
   constexpr std::size_t kText = 65536;
   const std::size_t before = heap_use::Bytes();
   guide::ReusingReader<Tarq::RequestHeaders> reader(4 * kText + 4096);
@@ -137,7 +139,7 @@ TEST(ReusingReader, HoldsWhatItsBoundAllows) {
   }
 }
 
-TEST(ClearedMessage, KeepsElementsAndTextsButNotSingleSubMessages) {
+TEST(ClearedMessage, KeepsElementsAndStringsButNotSingularSubMessages) {
   Monitor::Event event;
   event.set_rule_name(std::string(100, 'a'));
   const std::size_t without = heap_use::Bytes();
@@ -163,7 +165,7 @@ TEST(FrameWriter, WritesTheLengthAndTheMessage) {
   EXPECT_EQ(writer.Write(headers), "\0"s);
 }
 
-TEST(FrameWriter, TakesNothingFromTheHeapForWhatItHasRoomFor) {
+TEST(FrameWriter, AllocatesNothingForMessagesItHasRoomFor) {
   guide::FrameWriter writer;
   const Tarq::SqlQueries large = Statements(20);
   const Tarq::SqlQueries small = Statements(2);
@@ -174,7 +176,7 @@ TEST(FrameWriter, TakesNothingFromTheHeapForWhatItHasRoomFor) {
   EXPECT_EQ(heap_use::Allocations() - before, 0U);
 }
 
-// Reflection would build descriptors, and list the fields of each message that it writes.
+// Reflection builds descriptors, and lists the fields of each message that it writes.
 TEST(SubMessages, AreReadAndWrittenWithoutReflection) {
   const std::string bytes = "\x22\x03\x0a\x01w"s;  // function { function_name: "w" }
   guide::ArenaReader<Monitor::Event> reader(4096);

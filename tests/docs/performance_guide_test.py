@@ -1,5 +1,4 @@
-"""The code of docs/performance-guide.md is what is measured and tested, and its tables have the rows
-that are measured.
+"""The code of docs/performance-guide.md is measured and tested. Its tables have the measured rows.
 
 QMSG_BENCH_GUIDE: the program that measures.
 """
@@ -20,15 +19,15 @@ def cells(line):
 
 
 def tables():
-    """Each table as the cells of its heading and those of its rows."""
+    """Yields each table as (cells of its heading, rows of cells)."""
     for text in re.findall(r"(?:^\|.*\n)+", PAGE.read_text(encoding="utf-8"), re.M):
         heading, _, *lines = text.splitlines()
         yield cells(heading), [cells(line) for line in lines]
 
 
 def figures():
-    """{row of the program: its cell}. A table's columns are groups of rows; or its first column has
-    their full names."""
+    """{row of the program: its cell}. A table's columns are groups of rows, or its first column has
+    full names."""
     found = {}
     for (first, *groups), lines in tables():
         for name, *values in lines:
@@ -42,7 +41,7 @@ def figures():
 
 
 class Programs(unittest.TestCase):
-    def test_each_is_part_of_a_source_that_is_tested(self):
+    def test_each_program_is_part_of_a_tested_source(self):
         sources = [(ROOT / source).read_text(encoding="utf-8") for source in SOURCES]
         programs = blocks(PAGE, "cpp")
         self.assertGreater(len(programs), 4)
@@ -56,10 +55,10 @@ class Figures(unittest.TestCase):
                                 capture_output=True, text=True, check=True)
         self.measured = listed.stdout.split()
 
-    def test_are_those_that_are_measured(self):
+    def test_the_figures_are_those_of_the_measured_rows(self):
         self.assertEqual(sorted(figures()), sorted(self.measured))
 
-    def test_compare_with_the_first_row_of_their_group(self):
+    def test_the_first_row_of_a_group_is_1(self):
         shown, groups = figures(), set()
         for row in self.measured:
             with self.subTest(row=row):

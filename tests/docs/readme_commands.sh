@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs the commands under "From source" in README.md as they stand, in a home of their own.
+# Runs the commands of docs/getting-started.md under "Install from source" in a home of their own.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/../.."
 
@@ -7,5 +7,5 @@ HOME=$(mktemp --directory)
 export HOME
 trap 'rm --recursive --force "$HOME"' EXIT
 
-commands=$(tests/docs/commands.sh README.md 'From source')
+commands=$(tests/docs/commands.sh docs/getting-started.md 'Install from source')
 bash -euxo pipefail -c "$commands"

@@ -1,4 +1,4 @@
-"""SECURITY.md names fields that there are, and all that hold what was captured of a program."""
+"""SECURITY.md lists only declared fields, and all fields that hold captured values of PHP code."""
 
 import re
 import unittest
@@ -27,19 +27,19 @@ def named_fields():
 
 
 class Secrets(unittest.TestCase):
-    def test_each_field_named_is_one_of_the_schema(self):
+    def test_each_listed_field_is_declared(self):
         declared = declared_fields()
         self.assertGreater(len(declared), 150)
         for field in named_fields():
             self.assertIn(field, declared)
 
-    def test_no_field_is_named_twice(self):
+    def test_no_field_is_listed_twice(self):
         named = named_fields()
         self.assertEqual(sorted(set(named)), sorted(named))
 
-    def test_every_field_with_values_of_php_code_is_named(self):
+    def test_every_field_with_values_of_php_code_is_listed(self):
         holders = {"QuorPHP.QVal", "QuorPHP.QuorArray"}
-        # Part of a QuorArray, which is named where it is held.
+        # QuorArray contains this field, and the fields that hold a QuorArray are listed.
         expected = {field for field, kind in declared_fields().items()
                     if holders & set(re.findall(r"[\w.]+", kind))} - {"QuorPHP.QuorArrayValue.value"}
         self.assertGreater(len(expected), 4)

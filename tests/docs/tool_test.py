@@ -1,4 +1,4 @@
-"""docs/tool.md names all that the tool can do.
+"""docs/tool.md lists all commands of the tool.
 
 QMSG: the tool.
 """
@@ -14,7 +14,7 @@ PAGE = ROOT / "docs/tool.md"
 
 
 class Page(unittest.TestCase):
-    def test_names_all_commands(self):
+    def test_lists_all_commands(self):
         help_text = subprocess.run([os.environ["QMSG"], "--help"], capture_output=True, text=True,
                                    check=True).stdout
         commands = re.findall(r"^  (\w+)", help_text.split("Subcommands:\n")[1], re.M)

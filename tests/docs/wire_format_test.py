@@ -1,6 +1,6 @@
-"""What docs/wire-format.md shows is so.
+"""Checks the bytes, commands and programs of docs/wire-format.md.
 
-QMSG_PREFIX: where qmsg is installed; QMSG_DRIVERS: where the drivers of tests/interchange are.
+QMSG_PREFIX: where qmsg is installed; QMSG_DRIVERS: the build folder of implementations/.
 """
 
 import os
@@ -14,7 +14,7 @@ import unittest
 
 from docs_test import ROOT, rows, section
 
-sys.path.insert(0, str(ROOT / "tests/interchange"))
+sys.path.insert(0, str(ROOT / "implementations/reference"))
 # pylint: disable=wrong-import-position
 import reference
 
@@ -41,15 +41,14 @@ def encode(type_name, text):
 
 def number_of(field_type, content):
     """The number that a row's bytes hold after the tag."""
-    number, end = 0, 0
-    for end, byte in enumerate(content):
-        number |= (byte & 0x7F) << 7 * end
-    assert all(byte & 0x80 for byte in content[:-1]) and not content[end] & 0x80, content.hex()
-    return number - 2**64 if field_type.startswith("int") and number >= 2**63 else number
+    reader = reference.Reader(content)
+    number = reader.varint()
+    assert reader.done(), content.hex()
+    return reference.signed(number, 64) if field_type.startswith("int") else number
 
 
 def missing(what):
-    """A person may do without; CI may not."""
+    """Skips the test; fails in CI, which has everything."""
     if os.environ.get("CI"):
         raise AssertionError(f"missing: {what}")
     raise unittest.SkipTest(f"missing: {what}")
@@ -59,7 +58,7 @@ class Bytes(unittest.TestCase):
     """The messages that are taken apart."""
 
     def messages(self):
-        for part in re.split(r"^(?=### )", section(PAGE, "## A byte at a time"), flags=re.M):
+        for part in re.split(r"^(?=### )", section(PAGE, "## Field by field"), flags=re.M):
             found = re.match(r"### .*`(quor\.\S+)`\n", part)
             if found:
                 yield found.group(1), part
@@ -68,7 +67,7 @@ class Bytes(unittest.TestCase):
         self.assertEqual([type_name for type_name, _ in self.messages()],
                          ["quor.protobuf.Login.Login", QUERY, "quor.protobuf.Monitor.Event"])
 
-    def test_the_bytes_the_table_and_the_text_are_the_same_message(self):
+    def test_bytes_table_and_text_show_the_same_message(self):
         for type_name, part in self.messages():
             with self.subTest(type_name):
                 shown = bytes.fromhex(re.search(r"^```text\n(.*?)```", part, re.M | re.S).group(1))
@@ -114,12 +113,12 @@ class Bytes(unittest.TestCase):
         self.assertEqual({reference.SCHEMA.wire_type(field) for field in fields},
                          set(wire_types.values()))
         shown = {row[0]: [int(cell.strip("`"), 16) for cell in row[1:]]
-                 for row in rows(section(PAGE, "## A byte at a time")) if row[0] in wire_types}
+                 for row in rows(section(PAGE, "## Field by field")) if row[0] in wire_types}
         self.assertEqual(shown, {name: [number << 3 | wire for number in range(1, largest + 1)]
                                  for name, wire in wire_types.items()})
 
     def test_what_is_odd_is_printed_as_shown(self):
-        odd = rows(section(PAGE, "### Odd, but right"))
+        odd = rows(section(PAGE, "### Unusual but valid"))
         self.assertGreater(len(odd), 0)
         for content, type_name, text, _ in odd:
             with self.subTest(bytes=content):
@@ -128,7 +127,7 @@ class Bytes(unittest.TestCase):
                 self.assertEqual(decoded.returncode, 0)
                 self.assertEqual(decoded.stdout.decode().split(), text.strip("`").split())
 
-    def test_what_is_refused_is_refused(self):
+    def test_refused_bytes_are_refused(self):
         refused = rows(section(PAGE, "### Refused"))
         self.assertGreater(len(refused), 0)
         for content, why, raw in refused:
@@ -142,7 +141,7 @@ class Bytes(unittest.TestCase):
 
 
 class Installed(unittest.TestCase):
-    """What is run against an installed qmsg, in a folder and a home of its own."""
+    """Runs commands with an installed qmsg, in a temporary folder and home."""
 
     def setUp(self):
         scratch = tempfile.TemporaryDirectory()
@@ -151,7 +150,7 @@ class Installed(unittest.TestCase):
         (self.home / "qmsg").symlink_to(os.environ["QMSG_PREFIX"])
         self.folder = self.home / "folder"
         self.folder.mkdir()
-        self.run_blocks("## What you need here")
+        self.run_blocks("## Setup")
 
     def call(self, *command, **variables):
         ran = subprocess.run([str(word) for word in command], cwd=self.folder, text=True,
@@ -161,7 +160,7 @@ class Installed(unittest.TestCase):
         return ran.stdout
 
     def run_blocks(self, heading):
-        """Runs the shell blocks of a section; a block of text after one is what it prints."""
+        """Runs the shell blocks of a section; a text block after one has to be its output."""
         fenced = re.findall(r"^```(\w+)\n(.*?)^```$", section(PAGE, heading), re.M | re.S)
         self.assertIn("sh", [language for language, _ in fenced])
         for (language, commands), (below, printed) in zip(fenced, fenced[1:] + [("", "")]):
@@ -181,7 +180,7 @@ class Commands(Installed):
 
 
 class Programs(Installed):
-    """The same line from the same bytes in every language."""
+    """The programs of all languages print the same line for the same bytes."""
 
     LINE = "connection 0: SELECT 1 (12 rows)"
 
@@ -194,7 +193,7 @@ class Programs(Installed):
         out = pathlib.Path(os.environ["QMSG_DRIVERS"]) / driver
         if (out / "missing").exists():
             missing((out / "missing").read_text().strip())
-        self.assertTrue((out / "driver").exists(), f"run interchange.{driver}.build before")
+        self.assertTrue((out / "driver").exists(), f"run conformance.{driver}.build before")
         return out
 
     def write(self, name, heading):
@@ -248,7 +247,7 @@ class Programs(Installed):
     def test_rust(self):
         target = self.made_for("rust") / "target/debug"
         library = max(target.glob("deps/libprotobuf-*.rlib"), key=os.path.getmtime)
-        classes = max(target.glob("build/driver-*/out/tarq.rs"), key=os.path.getmtime).parent
+        classes = max(target.glob("build/messages-*/out/tarq.rs"), key=os.path.getmtime).parent
         for module in ("quorphp.rs", "tarq.rs"):
             shutil.copy(classes / module, self.folder)
         self.write("query.rs", "Rust")

@@ -1,6 +1,5 @@
 // Threads and children that begin at the same time, in a host that loads the library.
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <array>
@@ -11,7 +10,6 @@
 namespace embedding {
 namespace {
 
-constexpr int kMode = RTLD_NOW | RTLD_LOCAL;
 constexpr int kThreads = 16;
 constexpr int kChildren = 8;
 
@@ -20,7 +18,7 @@ std::string UsedBy(const Plugin& plugin) {
 }
 
 void ExpectDeclarations(const std::vector<std::string>& results) {
-  const Opened plugin(QMSG_PLUGIN_TWO, kMode);
+  const Opened plugin(QMSG_PLUGIN_TWO);
   const std::string declarations = plugin.plugin().declarations();
   EXPECT_NE(declarations.find("quor.protobuf.JQ.Job message Job {"), std::string::npos);
   for (const std::string& result : results) {
@@ -41,15 +39,15 @@ std::string ReflectionSeenBy(const Plugin& plugin) {
 
 TEST(Threads, MayAllOpenAndUseTheLibraryAtOnce) {
   ExpectDeclarations(InThreads(kThreads, [] {
-    const Opened plugin(QMSG_PLUGIN_ONE, kMode);
+    const Opened plugin(QMSG_PLUGIN_ONE);
     return UsedBy(plugin.plugin());
   }));
 }
 
 TEST(Threads, MayAllBeTheFirstToAskForReflection) {
-  const Opened plugin(QMSG_PLUGIN_ONE, kMode);
+  const Opened plugin(QMSG_PLUGIN_ONE);
   const auto results = InThreads(kThreads, [&plugin] { return ReflectionSeenBy(plugin.plugin()); });
-  const std::string seen_now = ReflectionSeenBy(Opened(QMSG_PLUGIN_TWO, kMode).plugin());
+  const std::string seen_now = ReflectionSeenBy(Opened(QMSG_PLUGIN_TWO).plugin());
   EXPECT_NE(seen_now, "");
   for (const std::string& seen : results) {
     EXPECT_EQ(seen, seen_now);
@@ -57,17 +55,17 @@ TEST(Threads, MayAllBeTheFirstToAskForReflection) {
 }
 
 TEST(Threads, MayAllBeTheFirstToUseMessages) {
-  const Opened plugin(QMSG_PLUGIN_ONE, kMode);
+  const Opened plugin(QMSG_PLUGIN_ONE);
   ExpectDeclarations(InThreads(kThreads, [&plugin] { return UsedBy(plugin.plugin()); }));
 }
 
 TEST(Fork, LeavesEachChildToBuildReflectionForItself) {
-  const Opened plugin(QMSG_PLUGIN_ONE, kMode);
+  const Opened plugin(QMSG_PLUGIN_ONE);
   ExpectDeclarations(InChildren(kChildren, [&plugin] { return UsedBy(plugin.plugin()); }));
 }
 
 TEST(Fork, GivesEachChildTheReflectionThatIsThere) {
-  const Opened plugin(QMSG_PLUGIN_ONE, kMode);
+  const Opened plugin(QMSG_PLUGIN_ONE);
   ASSERT_EQ(plugin.plugin().use(), 0);
   ExpectDeclarations(InChildren(kChildren, [&plugin] { return UsedBy(plugin.plugin()); }));
 }
@@ -75,7 +73,7 @@ TEST(Fork, GivesEachChildTheReflectionThatIsThere) {
 TEST(Fork, MayComeBeforeTheLibraryIsLoaded) {
   ExpectDeclarations(InChildren(kChildren, [] {
     EXPECT_FALSE(IsInProcess(QMSG_LIBRARY));
-    const Opened plugin(QMSG_PLUGIN_ONE, kMode);
+    const Opened plugin(QMSG_PLUGIN_ONE);
     return UsedBy(plugin.plugin());
   }));
   EXPECT_FALSE(IsInProcess(QMSG_PLUGIN_ONE));

@@ -3,7 +3,7 @@
 # Compiles the stranger's program with that compiler against the library of this build, and runs it.
 set -euo pipefail
 here=$(dirname "$0")
-. "$here/../install/check.sh"
+. "$here/../packaging/check.sh"
 
 folder=$1 compiler=$2
 shift 2
@@ -12,9 +12,10 @@ command -v "$compiler" >/dev/null || {
   exit 77
 }
 mkdir -p "$folder"
-"$compiler" "$@" -Wall -Wextra -Wpedantic -Werror -isystem "$QMSG_BUILD/src/generated" \
-  -isystem "$QMSG_BUILD/src/generated/qmsg" "$here"/../install/consumer/{main,quoted_include}.cc \
+# -I: the warnings of the library's own headers count, too.
+"$compiler" "$@" -Wall -Wextra -Wpedantic -Werror -I "$QMSG_BUILD/src/generated" \
+  -I "$QMSG_BUILD/src/generated/qmsg" "$here"/../packaging/consumer/{main,quoted_include}.cc \
   -o "$folder/consumer" -L "$QMSG_BUILD/src" "-Wl,-rpath,$QMSG_BUILD/src" -lqmsg -lprotobuf
 "$folder/consumer" ||
   fail "a program compiled by $compiler $*" 'exit status 0' "$?, after the lines above" \
-    'Compare what the library exports (tests/exports) with what this program asks for.'
+    'Compare what the library exports (tests/surface) with what this program asks for.'

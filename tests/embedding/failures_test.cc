@@ -8,7 +8,7 @@
 
 #include <string>
 
-#include "../support/log_recorder.h"
+#include "support/log_recorder.h"
 #include "use.h"
 
 namespace {

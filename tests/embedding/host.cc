@@ -7,7 +7,7 @@
 #include <array>
 #include <stdexcept>
 
-#include "../support/threads.h"
+#include "support/threads.h"
 
 namespace embedding {
 namespace {

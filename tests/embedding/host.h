@@ -1,6 +1,8 @@
 // What the hosts share that know the library only as a file.
 #pragma once
 
+#include <dlfcn.h>
+
 #include <functional>
 #include <string>
 #include <vector>
@@ -13,12 +15,12 @@ namespace embedding {
 class Opened {
  public:
   // `mode` is that of dlopen. Throws std::runtime_error with the loader's words.
-  Opened(const char* path, int mode);
+  explicit Opened(const char* path, int mode = RTLD_NOW | RTLD_LOCAL);
   ~Opened();
   Opened(const Opened&) = delete;
   Opened& operator=(const Opened&) = delete;
 
-  // Throws std::runtime_error if it is no plugin.
+  // Throws std::runtime_error if it is not a plugin.
   const Plugin& plugin() const;
 
  private:

@@ -39,7 +39,7 @@ class Page(unittest.TestCase):
             self.assertEqual(on_page - exist, set(), "only on the page")
 
     def test_the_warm_up_is_the_one_that_is_tested(self):
-        source = (ROOT / "tests/embedding/warm_up.cc").read_text()
+        source = (ROOT / "examples/warm-up/warm_up.cc").read_text()
         self.assertIn(source.split('#include "warm_up.h"\n\n')[1].strip(),
                       [block.strip() for block in blocks(PAGE, "cpp")])
 

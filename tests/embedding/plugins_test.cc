@@ -1,6 +1,5 @@
 // Two plugins that know nothing of each other, in a host that knows nothing of the library.
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -10,11 +9,9 @@
 namespace embedding {
 namespace {
 
-constexpr int kMode = RTLD_NOW | RTLD_LOCAL;
-
 TEST(TwoPlugins, ShareOneSetOfClasses) {
-  const Opened one(QMSG_PLUGIN_ONE, kMode);
-  const Opened two(QMSG_PLUGIN_TWO, kMode);
+  const Opened one(QMSG_PLUGIN_ONE);
+  const Opened two(QMSG_PLUGIN_TWO);
   ASSERT_NE(&one.plugin(), &two.plugin());
 
   void* message = one.plugin().make("SELECT 1");
@@ -25,8 +22,8 @@ TEST(TwoPlugins, ShareOneSetOfClasses) {
 
 TEST(TwoPlugins, GoOnWithoutEachOther) {
   // The one that brings the runtime may stay, because the runtime may use inline functions of it.
-  const Opened two(QMSG_PLUGIN_TWO, kMode);
-  auto one = std::make_unique<Opened>(QMSG_PLUGIN_ONE, kMode);
+  const Opened two(QMSG_PLUGIN_TWO);
+  auto one = std::make_unique<Opened>(QMSG_PLUGIN_ONE);
   void* message = one->plugin().make("made by the plugin that is gone");
   ASSERT_EQ(one->plugin().use(), 0);
   one.reset();

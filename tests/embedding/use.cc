@@ -3,7 +3,7 @@
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/util/json_util.h>
 
-#include "message_list.h"
+#include "support/message_list.h"
 
 namespace embedding {
 namespace {

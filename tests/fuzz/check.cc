@@ -11,8 +11,8 @@
 #include <limits>
 #include <memory>
 
-#include "../contract/expected_bytes.h"
-#include "../contract/prototypes.h"
+#include "support/expected_bytes.h"
+#include "support/prototypes.h"
 
 namespace fuzz {
 namespace {
@@ -90,103 +90,103 @@ std::string WrittenInBlocks(const Message& message, int block_size) {
   return bytes;
 }
 
-void CheckReaders(const Subject& subject, const std::string& bytes, const Message& heap,
+void CheckReaders(const TypeUnderTest& type, const std::string& bytes, const Message& heap,
                   bool accepted) {
   const std::string written = DeterministicBytes(heap);
 
   Arena arena;
-  Message& on_arena = *subject.compiled->New(&arena);
+  Message& on_arena = *type.generated.default_instance->New(&arena);
   ExpectOutcome("The arena", on_arena.ParseFromString(bytes), accepted);
   ExpectWrites("Read on an arena", on_arena, written);
 
   for (const int size : BlockSizes(bytes)) {
-    const std::unique_ptr<Message> message = NewOnHeap(*subject.compiled);
+    const std::unique_ptr<Message> message = NewOnHeap(*type.generated.default_instance);
     const std::string name = "Read in blocks of " + std::to_string(size);
     ExpectOutcome(name, ParseInBlocks(*message, bytes, size), accepted);
-    // Of a text that is cut off, a stream gives what there is of it.
+    // A stream delivers the part of a truncated text that it has.
     if (accepted) {
       ExpectWrites(name, *message, written);
     }
   }
 
-  const std::unique_ptr<Message> dynamic = NewOnHeap(*subject.dynamic);
+  const std::unique_ptr<Message> dynamic = NewOnHeap(*type.dynamic);
   ExpectOutcome("By descriptors, the reader", dynamic->ParseFromString(bytes), accepted);
   if (!accepted) {
     return;
   }
   std::string by_descriptors = DeterministicBytes(*dynamic);
-  // A map that is read by descriptors stays a list of entries, repeated keys and unknown fields
-  // included. What it means shows when a compiled class reads it.
-  if (HoldsMap(*subject.compiled->GetDescriptor())) {
-    const std::unique_ptr<Message> again = NewOnHeap(*subject.compiled);
+  // A dynamic message keeps a map as a list of entries, with repeated keys and unknown fields. A
+  // generated class reads it as a map.
+  if (HoldsMap(*type.generated.default_instance->GetDescriptor())) {
+    const std::unique_ptr<Message> again = NewOnHeap(*type.generated.default_instance);
     ExpectAccepted("What is written by descriptors", again->ParseFromString(by_descriptors));
     by_descriptors = DeterministicBytes(*again);
   }
   ExpectSame("Read by descriptors", by_descriptors, written);
 }
 
-void CheckWriters(const Subject& subject, const Message& heap, const std::string& written) {
+void CheckWriters(const TypeUnderTest& type, const Message& heap, const std::string& written) {
   CheckSize(heap, written);
   for (const int size : BlockSizes(written)) {
     ExpectSame("Written in blocks of " + std::to_string(size), WrittenInBlocks(heap, size),
                written);
   }
-  const std::unique_ptr<Message> again = NewOnHeap(*subject.compiled);
-  // Without the option, a map is written in an order of its own.
+  const std::unique_ptr<Message> again = NewOnHeap(*type.generated.default_instance);
+  // Without the option, the order of a map is unspecified.
   ExpectAccepted("What was written", again->ParseFromString(heap.SerializeAsString()));
   ExpectWrites("Read again", *again, written);
 }
 
-void CheckOperations(const Subject& subject, const Message& heap, const std::string& written) {
-  const Operations& operations = subject.operations;
-  ExpectWrites("Constructed as a copy", *operations.construct(heap), written);
-  const std::unique_ptr<Message> copy = NewOnHeap(*subject.compiled);
-  operations.copy(*copy, heap);
+void CheckOperations(const TypeUnderTest& type, const Message& heap, const std::string& written) {
+  const MessageClass& generated = type.generated;
+  ExpectWrites("Constructed as a copy", *generated.copy_construct(heap), written);
+  const std::unique_ptr<Message> copy = NewOnHeap(*generated.default_instance);
+  generated.copy_from(*copy, heap);
   ExpectWrites("Copied", *copy, written);
 
   Arena arena;
-  Message& on_arena = *subject.compiled->New(&arena);
-  operations.swap(*copy, on_arena);
+  Message& on_arena = *type.generated.default_instance->New(&arena);
+  generated.swap(*copy, on_arena);
   ExpectWrites("Swapped onto an arena", on_arena, written);
   ExpectWrites("Swapped for an empty message", *copy, "");
 
-  operations.merge(*copy, on_arena);
+  generated.merge_from(*copy, on_arena);
   ExpectWrites("Merged into an empty message", *copy, written);
 
-  const std::unique_ptr<Message> other = NewOnHeap(*subject.compiled);
-  operations.swap(*copy, *other);
+  const std::unique_ptr<Message> other = NewOnHeap(*type.generated.default_instance);
+  generated.swap(*copy, *other);
   ExpectWrites("Swapped", *other, written);
-  operations.move(*copy, *other);
+  generated.move_assign(*copy, *other);
   ExpectWrites("Moved", *copy, written);
 
-  // Bytes after each other are messages merged.
+  // Concatenated bytes are merged messages.
   ExpectAccepted("What was written, twice", other->ParseFromString(written + written));
-  operations.merge(*copy, heap);
+  generated.merge_from(*copy, heap);
   ExpectWrites("Merged into the same", *copy, DeterministicBytes(*other));
 
   on_arena.Clear();
   ExpectWrites("Cleared", on_arena, "");
   ExpectAccepted("What was written", on_arena.ParseFromString(written));
   ExpectWrites("Read into a cleared message", on_arena, written);
-  operations.copy(on_arena, *subject.compiled);
+  generated.copy_from(on_arena, *type.generated.default_instance);
   ExpectWrites("Overwritten with an empty message", on_arena, "");
 }
 
-// What was read up to the fault is in the message, which is as good as any other. Bad text may be
-// part of it.
-void CheckRefused(const Subject& subject, Message& heap) {
+// The message holds what was read before the fault, and is as valid as any other. It may hold text
+// that is not UTF-8.
+void CheckRefused(const TypeUnderTest& type, Message& heap) {
   const std::string written = DeterministicBytes(heap);
   CheckSize(heap, written);
   heap.ShortDebugString();
   std::string json;
   static_cast<void>(google::protobuf::util::MessageToJsonString(heap, &json));
 
-  const std::unique_ptr<Message> copy = NewOnHeap(*subject.compiled);
-  subject.operations.copy(*copy, heap);
+  const std::unique_ptr<Message> copy = NewOnHeap(*type.generated.default_instance);
+  type.generated.copy_from(*copy, heap);
   ExpectWrites("A copy of what was refused", *copy, written);
   heap.Clear();
   ExpectWrites("Cleared after bytes were refused", heap, "");
-  subject.operations.swap(heap, *copy);
+  type.generated.swap(heap, *copy);
   ExpectWrites("Swapped after bytes were refused", heap, written);
 }
 
@@ -228,7 +228,7 @@ double WithoutPayload(double value) {
 
 double WithoutSignOfZero(double value) { return value == 0 ? 0 : WithoutPayload(value); }
 
-// What of a message can be printed: no unknown fields, and doubles only as they are replaced.
+// A copy that can be printed: without unknown fields, and with each double replaced.
 std::unique_ptr<Message> Printable(const Message& message, double (*replacement)(double)) {
   std::unique_ptr<Message> printable = NewOnHeap(message);
   printable->CopyFrom(message);
@@ -282,21 +282,21 @@ void CheckSize(const Message& message, const std::string& expected) {
   }
 }
 
-void Check(const Subject& subject, const std::string& bytes) {
+void Check(const TypeUnderTest& type, const std::string& bytes) {
   const LogSilencer silence;
-  const std::unique_ptr<Message> heap = NewOnHeap(*subject.compiled);
+  const std::unique_ptr<Message> heap = NewOnHeap(*type.generated.default_instance);
   const bool accepted = heap->ParseFromString(bytes);
-  CheckReaders(subject, bytes, *heap, accepted);
+  CheckReaders(type, bytes, *heap, accepted);
   if (!accepted) {
-    CheckRefused(subject, *heap);
+    CheckRefused(type, *heap);
     return;
   }
   const std::string written = DeterministicBytes(*heap);
-  CheckWriters(subject, *heap, written);
-  CheckOperations(subject, *heap, written);
+  CheckWriters(type, *heap, written);
+  CheckOperations(type, *heap, written);
   CheckText(*heap, BytesInText(*heap));
   CheckJson(*heap, BytesInJson(*heap));
-  // Last, since looking at a map by reflection changes how it is held.
+  // Last: reflection changes how a map is stored.
   ExpectSame("Worked out from its fields", ExpectedBytes(*heap), written);
   ExpectWrites("Written after being looked at", *heap, written);
 }

@@ -1,4 +1,4 @@
-// The checks find what they are there to find: each is shown something that is wrong.
+// Each check finds a planted mistake.
 
 #include "check.h"
 
@@ -9,8 +9,8 @@
 
 #include <algorithm>
 
-#include "../contract/fill.h"
-#include "../contract/prototypes.h"
+#include "support/fill.h"
+#include "support/prototypes.h"
 
 namespace fuzz {
 namespace {
@@ -23,10 +23,10 @@ using google::protobuf::FileDescriptorProto;
 using quor::protobuf::Config::Value;
 using quor::protobuf::QuorPHP::RShutdownData;
 
-// What Check() says of the bytes, up to the first line's end, or "agreed".
-std::string Verdict(const Subject& subject, const std::string& bytes) {
+// The first line of what Check() reports, or "agreed".
+std::string Verdict(const TypeUnderTest& type, const std::string& bytes) {
   try {
-    Check(subject, bytes);
+    Check(type, bytes);
   } catch (const Disagreement& disagreement) {
     const std::string said = disagreement.what();
     return said.substr(0, said.find('\n'));
@@ -46,7 +46,7 @@ TEST(Check, AgreesOnFilledMessagesOfEachType) {
   DynamicTypes dynamic_types;
   contract::ForEachFilling([&](const Message& prototype, int filling) {
     const std::string bytes = contract::Filled(prototype, filling)->SerializeAsString();
-    EXPECT_EQ(Verdict(FindSubject(prototype.GetTypeName(), dynamic_types), bytes), "agreed");
+    EXPECT_EQ(Verdict(FindType(prototype.GetTypeName(), dynamic_types), bytes), "agreed");
   });
 }
 
@@ -97,9 +97,9 @@ class OtherSchemaTest : public ::testing::TestWithParam<OtherSchema> {};
 TEST_P(OtherSchemaTest, IsNoticed) {
   const OtherSchema& other = GetParam();
   DynamicTypes dynamic_types;
-  EXPECT_EQ(Verdict(FindSubject(other.type, dynamic_types), other.bytes), "agreed");
+  EXPECT_EQ(Verdict(FindType(other.type, dynamic_types), other.bytes), "agreed");
   DynamicTypes other_types(ChangeOf(other));
-  EXPECT_EQ(Verdict(FindSubject(other.type, other_types), other.bytes), other.verdict);
+  EXPECT_EQ(Verdict(FindType(other.type, other_types), other.bytes), other.verdict);
 }
 
 constexpr char kOtherBytes[] = "Read by descriptors";
@@ -131,16 +131,16 @@ INSTANTIATE_TEST_SUITE_P(
                     "\x0a\x01\x61\x0a\x01\x62", kOtherBytes},
         OtherSchema{"another number", "quor.protobuf.Config.Value", "key", Renumbered,
                     "\x10\x01\x0a\x01\x61", kOtherBytes},
-        OtherSchema{"a field that knows no absence", "quor.protobuf.Tarq.SqlTransaction",
-                    "parent_id", WithoutOneof, "\x10\0"s, kOtherBytes},
+        OtherSchema{"a field without presence", "quor.protobuf.Tarq.SqlTransaction", "parent_id",
+                    WithoutOneof, "\x10\0"s, kOtherBytes},
         OtherSchema{"a map of another number", "quor.protobuf.JQ.AttrList", "attr_list", Renumbered,
                     "\x0a\0\x0a\x01\x08"s, kAccepts}),
     DescriptionOf<OtherSchema>);
 
-// Members of a class that do something other than they should.
+// A wrong implementation of one member of a class.
 struct Fault {
   const char* description;
-  void (*put_into)(Operations& operations);
+  void (*put_into)(MessageClass& generated);
   const char* verdict;
 };
 
@@ -150,9 +150,9 @@ class FaultTest : public ::testing::TestWithParam<Fault> {};
 
 TEST_P(FaultTest, IsNoticed) {
   DynamicTypes dynamic_types;
-  Subject subject = FindSubject("quor.protobuf.Tarq.StorageData", dynamic_types);
-  GetParam().put_into(subject.operations);
-  EXPECT_EQ(Verdict(subject, "\x0a\x01\x61\x12\x01\x62"), GetParam().verdict);
+  TypeUnderTest type = FindType("quor.protobuf.Tarq.StorageData", dynamic_types);
+  GetParam().put_into(type.generated);
+  EXPECT_EQ(Verdict(type, "\x0a\x01\x61\x12\x01\x62"), GetParam().verdict);
 }
 
 void Nothing(Message& /*to*/, const Message& /*from*/) {}
@@ -162,74 +162,75 @@ INSTANTIATE_TEST_SUITE_P(
     Each, FaultTest,
     ::testing::Values(
         Fault{"a copy that is empty",
-              [](Operations& of) {
-                of.construct = [](const Message& from) {
+              [](MessageClass& of) {
+                of.copy_construct = [](const Message& from) {
                   return std::unique_ptr<Message>(from.New());
                 };
               },
               "Constructed as a copy"},
-        Fault{"no copy", [](Operations& of) { of.copy = Nothing; }, "Copied"},
-        Fault{"no merge", [](Operations& of) { of.merge = Nothing; },
+        Fault{"no copy", [](MessageClass& of) { of.copy_from = Nothing; }, "Copied"},
+        Fault{"no merge", [](MessageClass& of) { of.merge_from = Nothing; },
               "Merged into an empty message"},
-        Fault{"no move", [](Operations& of) { of.move = NothingEither; }, "Moved"},
-        Fault{"no swap", [](Operations& of) { of.swap = NothingEither; }, "Swapped onto an arena"},
-        Fault{"a copy that merges", [](Operations& of) { of.copy = of.merge; },
+        Fault{"no move", [](MessageClass& of) { of.move_assign = NothingEither; }, "Moved"},
+        Fault{"no swap", [](MessageClass& of) { of.swap = NothingEither; },
+              "Swapped onto an arena"},
+        Fault{"a copy that merges", [](MessageClass& of) { of.copy_from = of.merge_from; },
               "Overwritten with an empty message"},
-        Fault{"a merge that copies", [](Operations& of) { of.merge = of.copy; },
+        Fault{"a merge that copies", [](MessageClass& of) { of.merge_from = of.copy_from; },
               "Merged into the same"},
         Fault{"a swap that copies",
-              [](Operations& of) { of.swap = [](Message& a, Message& b) { b.CopyFrom(a); }; },
+              [](MessageClass& of) { of.swap = [](Message& a, Message& b) { b.CopyFrom(a); }; },
               "Swapped for an empty message"}),
     DescriptionOf<Fault>);
 
-TEST(RefusedBytes, AreLookedAtToo) {
+TEST(RefusedBytes, AreCheckedToo) {
   DynamicTypes dynamic_types;
-  Subject subject = FindSubject("quor.protobuf.Tarq.StorageData", dynamic_types);
+  TypeUnderTest type = FindType("quor.protobuf.Tarq.StorageData", dynamic_types);
   const std::string cut_off = "\x0a\x01\x61\x12\x02\x62";
-  EXPECT_EQ(Verdict(subject, cut_off), "agreed");
-  subject.operations.copy = Nothing;
-  EXPECT_EQ(Verdict(subject, cut_off), "A copy of what was refused");
-  subject = FindSubject("quor.protobuf.Tarq.StorageData", dynamic_types);
-  subject.operations.swap = NothingEither;
-  EXPECT_EQ(Verdict(subject, cut_off), "Swapped after bytes were refused");
+  EXPECT_EQ(Verdict(type, cut_off), "agreed");
+  type.generated.copy_from = Nothing;
+  EXPECT_EQ(Verdict(type, cut_off), "A copy of what was refused");
+  type = FindType("quor.protobuf.Tarq.StorageData", dynamic_types);
+  type.generated.swap = NothingEither;
+  EXPECT_EQ(Verdict(type, cut_off), "Swapped after bytes were refused");
 }
 
-TEST(Text, HasToBringBackWhatWasPrinted) {
+TEST(CheckText, ThrowsIfTheRoundTripLosesBytes) {
   Value value;
   value.set_key("a");
   CheckText(value, "\x0a\x01\x61");
   EXPECT_THROW(CheckText(value, "\x0a\x01\x62"), Disagreement);
 }
 
-TEST(Json, HasToBringBackWhatWasPrinted) {
+TEST(CheckJson, ThrowsIfTheRoundTripLosesBytes) {
   Value value;
   value.set_key("a");
   CheckJson(value, "\x0a\x01\x61");
   EXPECT_THROW(CheckJson(value, "\x0a\x01\x62"), Disagreement);
 }
 
-TEST(Size, HasToBeThatOfWhatIsWritten) {
+TEST(CheckSize, ThrowsIfTheSizeIsNotThatOfTheBytes) {
   Value value;
   value.set_key("a");
   CheckSize(value, "\x0a\x01\x61");
   EXPECT_THROW(CheckSize(value, "\x0a\x01"), Disagreement);
 }
 
-TEST(TextAndJson, TellNoUnknownFields) {
+TEST(TextAndJson, LoseUnknownFields) {
   Value value;
   ASSERT_TRUE(value.ParseFromString("\x0a\x01\x61\x78\x01"));
   EXPECT_EQ(BytesInText(value), "\x0a\x01\x61");
   EXPECT_EQ(BytesInJson(value), "\x0a\x01\x61");
 }
 
-TEST(TextAndJson, TellNothingOfNanButThatItIsOne) {
+TEST(TextAndJson, LoseThePayloadOfANan) {
   Value value;
   ASSERT_TRUE(value.ParseFromString("\x31\x01\x02\x03\x04\x05\x06\xff\xff"));
   EXPECT_EQ(BytesInText(value), "\x31\0\0\0\0\0\0\xf8\x7f"s);
   EXPECT_EQ(BytesInJson(value), "\x31\0\0\0\0\0\0\xf8\x7f"s);
 }
 
-TEST(Json, BringsBackNoSignOfZero) {
+TEST(Json, LosesTheSignOfZero) {
   Value value;
   value.set_double_value(-0.0);
   EXPECT_EQ(BytesInText(value), "\x31\0\0\0\0\0\0\0\x80"s);
@@ -237,7 +238,7 @@ TEST(Json, BringsBackNoSignOfZero) {
   EXPECT_THROW(CheckJson(value, DeterministicBytes(value)), Disagreement);
 }
 
-TEST(Json, BringsBackNoDurationOfMixedSigns) {
+TEST(Json, LosesADurationOfMixedSigns) {
   RShutdownData data;
   data.mutable_total_time()->set_seconds(1);
   EXPECT_NE(BytesInJson(data), std::nullopt);
@@ -246,10 +247,10 @@ TEST(Json, BringsBackNoDurationOfMixedSigns) {
   EXPECT_THROW(CheckJson(data, DeterministicBytes(data)), Disagreement);
 }
 
-TEST(Subject, HasToBeAMessageOfTheLibrary) {
+TEST(TypeUnderTest, IsAMessageOfTheLibrary) {
   DynamicTypes dynamic_types;
-  EXPECT_THROW(FindSubject("quor.protobuf.JQ.Jobs", dynamic_types), std::runtime_error);
-  EXPECT_THROW(FindSubject("google.protobuf.Duration", dynamic_types), std::runtime_error);
+  EXPECT_THROW(FindType("quor.protobuf.JQ.Jobs", dynamic_types), std::runtime_error);
+  EXPECT_THROW(FindType("google.protobuf.Duration", dynamic_types), std::runtime_error);
 }
 
 }  // namespace

@@ -170,7 +170,7 @@ struct Checked {
   std::vector<qmsg::Finding> findings;
 };
 
-Checked MessageChecked(const Reading& reading, qmsg::NodePool& pool) {
+Checked MessageChecked(const Reading& reading, qmsg::ParsedMessagePool& pool) {
   Checked checked{};
   qmsg::Findings findings(
       [&checked](const qmsg::Finding& finding) { checked.findings.push_back(finding); });
@@ -188,7 +188,7 @@ std::string Reported(const Reading& reading, const qmsg::Finding& finding,
   const std::string file = "-";
   qmsg::Report(memory.output(), form).Tell({&file, 0, 0, reading.type}, finding);
   std::string line(memory.text());
-  Expect(!line.empty() && line.back() == '\n', "A finding is no line: ", line);
+  Expect(!line.empty() && line.back() == '\n', "A finding is not a line: ", line);
   line.pop_back();
   CheckLine(line);
   return line;
@@ -209,7 +209,7 @@ constexpr std::size_t kToldInOrder = 4095;
 // One is told like another.
 constexpr std::size_t kReports = 4;
 
-void CheckMessageCheck(const Reading& reading, qmsg::NodePool& pool) {
+void CheckMessageCheck(const Reading& reading, qmsg::ParsedMessagePool& pool) {
   const Checked checked = MessageChecked(reading, pool);
   const std::vector<qmsg::Finding>& findings = checked.findings;
   ExpectVerdict("The check", checked.good, reading);
@@ -306,7 +306,7 @@ void CheckAll(const Descriptor* type, const std::string& bytes) {
   const Reading of_type{type->full_name(), bytes, type, Parses(type, bytes)};
   const Reading of_none{"an unknown type", bytes, nullptr, Parses(Empty::descriptor(), bytes)};
   const Reading of_any{"an Any", bytes, Any::descriptor(), Parses(Any::descriptor(), bytes)};
-  qmsg::NodePool pool;
+  qmsg::ParsedMessagePool pool;
   for (const Reading* reading : {&of_type, &of_none, &of_any}) {
     CheckWalk(*reading);
     CheckMessageCheck(*reading, pool);
@@ -342,7 +342,7 @@ bool Take(std::string_view& line, std::string_view beginning) {
 void CheckLine(std::string_view line) {
   Expect(google::protobuf::internal::IsStructurallyValidUTF8(line.data(),
                                                              static_cast<int>(line.size())),
-         "A line is no UTF-8: ", line);
+         "A line is not UTF-8: ", line);
   for (std::size_t i = 0; i < line.size(); ++i) {
     const auto byte = static_cast<unsigned char>(line[i]);
     const bool c1 = byte == 0xc2 && static_cast<unsigned char>(line[i + 1]) < 0xa0;

@@ -1,5 +1,5 @@
-// What has to hold for any bytes whatever in the parts of the tool that read them: the walk over
-// the wire format, check, wire and guess.
+// Properties that hold for any bytes in the parts of the tool that read them: the walk over the
+// wire format, check, wire and guess.
 #pragma once
 
 #include <google/protobuf/descriptor.h>

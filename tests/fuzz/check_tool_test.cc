@@ -1,4 +1,4 @@
-// The checks of the tool find what they are there to find.
+// Each check of the tool finds a planted mistake.
 
 #include "check_tool.h"
 
@@ -7,8 +7,8 @@
 #include <algorithm>
 #include <string>
 
-#include "../contract/fill.h"
-#include "../contract/prototypes.h"
+#include "support/fill.h"
+#include "support/prototypes.h"
 
 namespace fuzz {
 namespace {

@@ -1,5 +1,5 @@
-// The schema without the compiled classes: descriptors in a pool of their own, and messages that
-// are read and written by nothing but these.
+// The schema without the generated classes: a descriptor pool of its own, and dynamic messages that
+// read and write by these descriptors only.
 #pragma once
 
 #include <google/protobuf/descriptor.h>

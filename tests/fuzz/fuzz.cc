@@ -1,5 +1,5 @@
 // usage: fuzz --type=FULL_NAME [--tool] [what libFuzzer takes]
-// Checks the library; with --tool instead those parts of the tool that read any bytes.
+// Checks the library, or with --tool the parts of the tool that read any bytes.
 // A finding ends the program, and libFuzzer keeps the bytes.
 
 #include <algorithm>
@@ -12,12 +12,12 @@
 
 #include "check.h"
 #include "check_tool.h"
-#include "mutate.h"
+#include "support/mutate.h"
 
 namespace {
 
 // Set once at the start, for a callback that takes nothing but bytes.
-fuzz::Subject g_subject;
+fuzz::TypeUnderTest g_type;
 bool g_tool = false;
 
 std::string TypeArgument(int argc, char** argv) {
@@ -50,10 +50,10 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
   try {
     // It outlives all messages, those of threads and of exit handlers included.
     static auto& dynamic_types = *new fuzz::DynamicTypes;
-    g_subject = fuzz::FindSubject(TypeArgument(*argc, *argv), dynamic_types);
+    g_type = fuzz::FindType(TypeArgument(*argc, *argv), dynamic_types);
     g_tool = HasToolArgument(*argc, *argv);
     if (g_tool) {
-      fuzz::CheckTool(g_subject.compiled->GetDescriptor(), "");
+      fuzz::CheckTool(g_type.generated.default_instance->GetDescriptor(), "");
     }
   } catch (const std::exception& error) {
     std::cerr << "fuzz: " << error.what() << '\n';
@@ -65,12 +65,13 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   try {
     if (g_tool) {
-      fuzz::CheckTool(g_subject.compiled->GetDescriptor(), Bytes(data, size));
+      fuzz::CheckTool(g_type.generated.default_instance->GetDescriptor(), Bytes(data, size));
     } else {
-      fuzz::Check(g_subject, Bytes(data, size));
+      fuzz::Check(g_type, Bytes(data, size));
     }
   } catch (const fuzz::Disagreement& disagreement) {
-    std::cerr << g_subject.compiled->GetTypeName() << ": " << disagreement.what() << '\n';
+    std::cerr << g_type.generated.default_instance->GetTypeName() << ": " << disagreement.what()
+              << '\n';
     std::abort();
   }
   return 0;

@@ -24,7 +24,8 @@ import time
 
 from google.protobuf.descriptor_pb2 import FieldDescriptorProto, FileDescriptorSet
 
-import seeds
+import seeds  # makes the reference implementation importable
+import reference
 
 PACKAGE = "quor.protobuf."
 LONGEST_INPUT = 4096
@@ -83,21 +84,13 @@ VALUES = [
 ]
 
 
-def varint(value):
-    low = b""
-    while value > 0x7f:
-        low += bytes([value & 0x7f | 0x80])
-        value >>= 7
-    return low + bytes([value])
-
-
 def tags(messages, type_name):
     """The tags of the fields of a message and of all in it."""
     found, seen, waiting = set(), set(), [messages[type_name]]
     while waiting:
         message = waiting.pop()
         for field in message.field:
-            found.add(varint(field.number << 3 | WIRE_TYPES.get(field.type, 0)))
+            found.add(reference.tag(field.number, WIRE_TYPES.get(field.type, reference.VARINT)))
             name = field.type_name.removeprefix(".")
             if name in messages and name not in seen:
                 seen.add(name)

@@ -53,10 +53,6 @@ class Dictionary(unittest.TestCase):
         self.assertEqual(b"".join(fuzz.tags(MESSAGES, "quor.protobuf.JQ.AttrList")),
                          bytes.fromhex("08 0a 10 12 1a 20 29 32 3a"))
 
-    def test_has_tags_of_two_bytes(self):
-        self.assertEqual([fuzz.varint(number) for number in (0x7f, 0x80, 1000 << 3)],
-                         [b"\x7f", b"\x80\x01", b"\xc0\x3e"])
-
     def test_is_in_the_form_of_the_fuzz_program(self):
         lines = fuzz.dictionary(MESSAGES, "quor.protobuf.Login.Login").splitlines()
         self.assertEqual(lines[0], r'"\x0a"')

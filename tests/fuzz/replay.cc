@@ -49,21 +49,21 @@ std::string Content(const fs::path& file) {
 // Returns the number of findings.
 int Replay(bool tool, const std::vector<fs::path>& paths) {
   fuzz::DynamicTypes dynamic_types;
-  std::map<std::string, fuzz::Subject> subjects;
+  std::map<std::string, fuzz::TypeUnderTest> types;
   int inputs = 0;
   int findings = 0;
   for (const fs::path& path : paths) {
     for (const fs::path& file : FilesBelow(path)) {
-      const std::string type = fs::absolute(file).parent_path().filename();
-      if (subjects.find(type) == subjects.end()) {
-        subjects.emplace(type, fuzz::FindSubject(type, dynamic_types));
+      const std::string name = fs::absolute(file).parent_path().filename();
+      if (types.find(name) == types.end()) {
+        types.emplace(name, fuzz::FindType(name, dynamic_types));
       }
       try {
-        const fuzz::Subject& subject = subjects.at(type);
+        const fuzz::TypeUnderTest& type = types.at(name);
         if (tool) {
-          fuzz::CheckTool(subject.compiled->GetDescriptor(), Content(file));
+          fuzz::CheckTool(type.generated.default_instance->GetDescriptor(), Content(file));
         } else {
-          fuzz::Check(subject, Content(file));
+          fuzz::Check(type, Content(file));
         }
       } catch (const fuzz::Disagreement& disagreement) {
         std::cout << file.string() << ": " << disagreement.what() << '\n';
@@ -72,8 +72,7 @@ int Replay(bool tool, const std::vector<fs::path>& paths) {
       ++inputs;
     }
   }
-  std::cout << inputs << " inputs of " << subjects.size() << " types, " << findings
-            << " findings\n";
+  std::cout << inputs << " inputs of " << types.size() << " types, " << findings << " findings\n";
   return findings;
 }
 

@@ -11,7 +11,7 @@ import pathlib
 import shutil
 import sys
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "interchange"))
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "implementations/reference"))
 
 import reference  # noqa: E402
 import vectors  # noqa: E402

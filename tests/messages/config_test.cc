@@ -4,102 +4,18 @@
 #include <cmath>
 #include <cstdint>
 #include <string>
-#include <vector>
 
-#include "enums.h"
-#include "fields.h"
-#include "wire.h"
+#include "support/hex_bytes.h"
 
+namespace messages::config {
 namespace {
 
 using quor::protobuf::Config::Namespace;
 using quor::protobuf::Config::Set;
 using quor::protobuf::Config::Value;
-using quor::protobuf::Config::Value_Type;
 using wire::ExpectBytes;
 using wire::Hex;
 using wire::Parse;
-
-TEST(ConfigFile, NumbersItsMessagesInTheOrderOfTheirDeclaration) {
-  EXPECT_EQ(Value::kIndexInFileMessages, 0);
-  EXPECT_EQ(Namespace::kIndexInFileMessages, 1);
-  EXPECT_EQ(Set::kIndexInFileMessages, 2);
-}
-
-TEST(ConfigValue, HasItsFieldsUnderTheirTags) {
-  ExpectField(PLAIN_TEXT(Value, key), "0A", "quor.protobuf.Config.Value.key");
-  ExpectField(PLAIN_NUMBER(Value, value_type, Value_Type), "10");
-  ExpectField(ONEOF_NUMBER(Value, bool_value, bool), "18");
-  ExpectField(ONEOF_NUMBER(Value, int_value, int64_t), "20");
-  ExpectField(ONEOF_NUMBER(Value, uint_value, uint64_t), "28");
-  ExpectField(ONEOF_TEXT(Value, string_value), "3A", "quor.protobuf.Config.Value.string_value");
-  ExpectField(ONEOF_TEXT(Value, json_value), "42", "quor.protobuf.Config.Value.json_value");
-}
-
-TEST(ConfigNamespace, HasItsFieldsUnderTheirTags) {
-  ExpectField(PLAIN_TEXT(Namespace, name), "0A", "quor.protobuf.Config.Namespace.name");
-  ExpectField(LIST(Namespace, values, Value), "12");
-}
-
-TEST(ConfigSet, HasItsFieldsUnderTheirTags) {
-  ExpectField(PLAIN_NUMBER(Set, id, uint32_t), "08");
-  ExpectField(LIST(Set, namespaces, Namespace), "12");
-}
-
-TEST(ConfigValue, HasSevenTypes) {
-  ExpectEnum(NESTED_ENUM(quor::protobuf::Config, Value, Type), "quor.protobuf.Config.Value.Type",
-             {{"NONE", Value::NONE},
-              {"BOOL", Value::BOOL},
-              {"INT", Value::INT},
-              {"UINT", Value::UINT},
-              {"DOUBLE", Value::DOUBLE},
-              {"STRING", Value::STRING},
-              {"JSON", Value::JSON}});
-}
-
-TEST(ConfigValue, NamesTheCasesOfItsOneofByTheFieldNumbers) {
-  EXPECT_EQ((std::vector<int>{Value::VALUE_NOT_SET, Value::kBoolValue, Value::kIntValue,
-                              Value::kUintValue, Value::kDoubleValue, Value::kStringValue,
-                              Value::kJsonValue}),
-            (std::vector<int>{0, 3, 4, 5, 6, 7, 8}));
-}
-
-TEST(ConfigValue, IsWrittenAsTheBytesWorkedOutByHand) {
-  Value value;
-  value.set_key("k");
-  EXPECT_EQ(value.value_case(), Value::VALUE_NOT_SET);
-  ExpectBytes(value, "0A 01 6B");
-
-  value.set_value_type(Value::BOOL);
-  value.set_bool_value(true);
-  EXPECT_EQ(value.value_case(), Value::kBoolValue);
-  ExpectBytes(value, "0A 01 6B 10 01 18 01");
-
-  value.set_value_type(Value::INT);
-  value.set_int_value(-2);
-  EXPECT_EQ(value.value_case(), Value::kIntValue);
-  ExpectBytes(value, "0A 01 6B 10 02 20 FE FF FF FF FF FF FF FF FF 01");
-
-  value.set_value_type(Value::UINT);
-  value.set_uint_value(300);
-  EXPECT_EQ(value.value_case(), Value::kUintValue);
-  ExpectBytes(value, "0A 01 6B 10 03 28 AC 02");
-
-  value.set_value_type(Value::DOUBLE);
-  value.set_double_value(1.5);
-  EXPECT_EQ(value.value_case(), Value::kDoubleValue);
-  ExpectBytes(value, "0A 01 6B 10 04 31 00 00 00 00 00 00 F8 3F");
-
-  value.set_value_type(Value::STRING);
-  value.set_string_value("on");
-  EXPECT_EQ(value.value_case(), Value::kStringValue);
-  ExpectBytes(value, "0A 01 6B 10 05 3A 02 6F 6E");
-
-  value.set_value_type(Value::JSON);
-  value.set_json_value("[]");
-  EXPECT_EQ(value.value_case(), Value::kJsonValue);
-  ExpectBytes(value, "0A 01 6B 10 06 42 02 5B 5D");
-}
 
 TEST(ConfigNamespace, IsWrittenAsTheBytesWorkedOutByHand) {
   Namespace group;
@@ -177,13 +93,6 @@ TEST(ConfigValue, NeitherSetsTheTypeFromAMemberNorAMemberFromTheType) {
   EXPECT_EQ(Hex(value), "10 01");
 }
 
-TEST(ConfigValue, KeepsAnUndeclaredType) {
-  const auto value = Parse<Value>("10 07");
-  EXPECT_EQ(static_cast<int>(value.value_type()), 7);
-  EXPECT_FALSE(quor::protobuf::Config::Value_Type_IsValid(7));
-  EXPECT_EQ(Hex(value), "10 07");
-}
-
 TEST(ConfigNamespace, KeepsTwoValuesOfOneKeyInOrder) {
   Namespace group;
   for (const int64_t number : {2, 1}) {
@@ -202,3 +111,4 @@ TEST(ConfigNamespace, KeepsTwoValuesOfOneKeyInOrder) {
 }
 
 }  // namespace
+}  // namespace messages::config

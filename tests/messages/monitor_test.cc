@@ -5,152 +5,28 @@
 #include <qmsg/quorphp.pb.h>
 #include <qmsg/tarq.pb.h>
 
-#include <cstdint>
-#include <string>
 #include <type_traits>
 #include <vector>
 
-#include "enums.h"
-#include "fields.h"
-#include "wire.h"
+#include "support/hex_bytes.h"
 
+namespace messages::monitor {
 namespace {
 
 using google::protobuf::Duration;
-using google::protobuf::Timestamp;
-using quor::protobuf::Monitor::CustomEventData;
 using quor::protobuf::Monitor::Event;
-using quor::protobuf::Monitor::Event_EventType;
 using quor::protobuf::Monitor::FunctionData;
-using quor::protobuf::Monitor::PhpErrorData;
 using quor::protobuf::Monitor::Superglobals;
-using quor::protobuf::QuorPHP::QuorArray;
-using quor::protobuf::QuorPHP::QuorArrayValue;
 using quor::protobuf::QuorPHP::QVal;
 using quor::protobuf::QuorPHP::StackTraceFrame;
-using quor::protobuf::QuorPHP::SuperglobalVariable;
 using wire::ExpectBytes;
 using wire::ExpectComplaint;
 using wire::Hex;
 using wire::Parse;
 
-TEST(MonitorFile, NumbersItsMessagesInTheOrderOfTheirDeclaration) {
-  EXPECT_EQ(
-      (std::vector<int>{Superglobals::kIndexInFileMessages, FunctionData::kIndexInFileMessages,
-                        PhpErrorData::kIndexInFileMessages, CustomEventData::kIndexInFileMessages,
-                        Event::kIndexInFileMessages}),
-      (std::vector<int>{0, 1, 2, 3, 4}));
-}
-
-TEST(MonitorSuperglobals, HasItsFieldUnderItsTag) {
-  ExpectField(LIST(Superglobals, variables, SuperglobalVariable), "0A");
-}
-
-TEST(FunctionData, HasItsFieldsUnderTheirTags) {
-  ExpectField(PLAIN_TEXT(FunctionData, function_name), "0A",
-              "quor.protobuf.Monitor.FunctionData.function_name");
-  ExpectField(SUB_MESSAGE(FunctionData, function_args, QuorArray), "12");
-  ExpectField(PLAIN_TEXT(FunctionData, file_name), "1A",
-              "quor.protobuf.Monitor.FunctionData.file_name");
-  ExpectField(PLAIN_NUMBER(FunctionData, line_no, uint32_t), "20");
-}
-
-TEST(PhpErrorData, HasItsFieldsUnderTheirTags) {
-  ExpectField(PLAIN_NUMBER(PhpErrorData, error_type, int32_t), "08");
-  ExpectField(PLAIN_TEXT(PhpErrorData, error_type_str), "12",
-              "quor.protobuf.Monitor.PhpErrorData.error_type_str");
-  ExpectField(PLAIN_TEXT(PhpErrorData, file_name), "1A",
-              "quor.protobuf.Monitor.PhpErrorData.file_name");
-  ExpectField(PLAIN_NUMBER(PhpErrorData, line_no, uint32_t), "20");
-  ExpectField(PLAIN_TEXT(PhpErrorData, message), "2A",
-              "quor.protobuf.Monitor.PhpErrorData.message");
-}
-
-TEST(CustomEventData, HasItsFieldsUnderTheirTags) {
-  ExpectField(PLAIN_TEXT(CustomEventData, type), "0A",
-              "quor.protobuf.Monitor.CustomEventData.type");
-  ExpectField(PLAIN_TEXT(CustomEventData, text), "12",
-              "quor.protobuf.Monitor.CustomEventData.text");
-  ExpectField(SUB_MESSAGE(CustomEventData, user_data, QVal), "1A");
-  ExpectField(PLAIN_NUMBER(CustomEventData, severity, int32_t), "20");
-}
-
-TEST(Event, HasItsFieldsUnderTheirTags) {
-  ExpectField(PLAIN_NUMBER(Event, event_type, Event_EventType), "08");
-  ExpectField(PLAIN_TEXT(Event, rule_name), "12", "quor.protobuf.Monitor.Event.rule_name");
-  ExpectField(SUB_MESSAGE(Event, timestamp, Timestamp), "1A");
-  ExpectField(SUB_MESSAGE(Event, function, FunctionData), "22");
-  ExpectField(LIST(Event, stack_trace, StackTraceFrame), "2A");
-  ExpectField(SUB_MESSAGE(Event, exec_time, Duration), "32");
-  ExpectField(ONEOF_NUMBER(Event, memory_usage_bytes, uint64_t), "38");
-  ExpectField(SUB_MESSAGE(Event, php_error, PhpErrorData), "42");
-  ExpectField(SUB_MESSAGE(Event, custom, CustomEventData), "4A");
-  ExpectField(PLAIN_NUMBER(Event, codetrace, bool), "50");
-}
-
-TEST(Event, HasSixTypes) {
-  ExpectEnum(NESTED_ENUM(quor::protobuf::Monitor, Event, EventType),
-             "quor.protobuf.Monitor.Event.EventType",
-             {{"SlowFunctionExecution", Event::SlowFunctionExecution},
-              {"FunctionError", Event::FunctionError},
-              {"SlowRequestExecution", Event::SlowRequestExecution},
-              {"HighMemoryUsage", Event::HighMemoryUsage},
-              {"PhpError", Event::PhpError},
-              {"CustomEvent", Event::CustomEvent}});
-}
-
-TEST(Event, NamesTheCasesOfItsOneofByTheFieldNumbers) {
-  EXPECT_EQ((std::vector<int>{Event::DATA_NOT_SET, Event::kExecTime, Event::kMemoryUsageBytes,
-                              Event::kPhpError, Event::kCustom}),
-            (std::vector<int>{0, 6, 7, 8, 9}));
-}
-
 TEST(MonitorSuperglobals, AreNotTheSuperglobalsOfARequestsProfile) {
   EXPECT_FALSE((std::is_same_v<Superglobals, quor::protobuf::Tarq::Superglobals>));
   EXPECT_EQ(Superglobals().GetTypeName(), "quor.protobuf.Monitor.Superglobals");
-}
-
-TEST(MonitorSuperglobals, IsWrittenAsTheBytesWorkedOutByHand) {
-  Superglobals superglobals;
-  SuperglobalVariable* const variable = superglobals.add_variables();
-  variable->set_name("G");
-  variable->add_values()->set_key("k");
-  superglobals.add_variables()->set_name("P");
-  ExpectBytes(superglobals, "0A 08 0A 01 47 12 03 0A 01 6B 0A 03 0A 01 50");
-}
-
-TEST(FunctionData, IsWrittenAsTheBytesWorkedOutByHand) {
-  FunctionData function;
-  function.set_function_name("f");
-  QuorArrayValue* const argument = function.mutable_function_args()->add_values();
-  argument->set_int_key(2);
-  argument->mutable_value()->set_value_type(QVal::NUL);
-  function.set_file_name("p");
-  function.set_line_no(4);
-  ExpectBytes(function,
-              "0A 01 66"
-              "12 08 0A 06 10 02 1A 02 08 01"
-              "1A 01 70"
-              "20 04");
-}
-
-TEST(PhpErrorData, IsWrittenAsTheBytesWorkedOutByHand) {
-  PhpErrorData error;
-  error.set_error_type(2);
-  error.set_error_type_str("e");
-  error.set_file_name("f");
-  error.set_line_no(4);
-  error.set_message("m");
-  ExpectBytes(error, "08 02 12 01 65 1A 01 66 20 04 2A 01 6D");
-}
-
-TEST(CustomEventData, IsWrittenAsTheBytesWorkedOutByHand) {
-  CustomEventData custom;
-  custom.set_type("t");
-  custom.set_text("x");
-  custom.mutable_user_data()->set_int_value(3);
-  custom.set_severity(5);
-  ExpectBytes(custom, "0A 01 74 12 01 78 1A 02 20 03 20 05");
 }
 
 TEST(Event, IsWrittenAsTheBytesWorkedOutByHand) {
@@ -269,16 +145,6 @@ TEST(Event, CarriesAPayloadThatDoesNotGoWithItsType) {
   EXPECT_EQ(Hex(read), "08 04 32 02 08 01");
 }
 
-TEST(Event, KeepsAnUndeclaredType) {
-  const auto event = Parse<Event>("08 06");
-  EXPECT_EQ(static_cast<int>(event.event_type()), 6);
-  EXPECT_FALSE(quor::protobuf::Monitor::Event_EventType_IsValid(6));
-  EXPECT_EQ(Hex(event), "08 06");
-  const auto negative = Parse<Event>("08 FF FF FF FF FF FF FF FF FF 01");
-  EXPECT_EQ(static_cast<int>(negative.event_type()), -1);
-  EXPECT_EQ(Hex(negative), "08 FF FF FF FF FF FF FF FF FF 01");
-}
-
 TEST(Event, ReadsTheLower32BitsOfAType) {
   EXPECT_EQ(Hex(Parse<Event>("08 86 80 80 80 10")), "08 06");
 }
@@ -319,16 +185,6 @@ TEST(Event, ChangesWhenAnotherIsMergedIntoIt) {
   }
 }
 
-TEST(Event, IsEmptyOnceCleared) {
-  auto event = Parse<Event>("08 05 12 01 72 1A 00 22 00 2A 00 4A 00 50 01 58 01");
-  event.Clear();
-  EXPECT_FALSE(event.has_timestamp());
-  EXPECT_FALSE(event.has_function());
-  EXPECT_FALSE(event.has_custom());
-  EXPECT_EQ(event.data_case(), Event::DATA_NOT_SET);
-  EXPECT_EQ(Hex(event), "");
-}
-
 TEST(Event, IsNotReadIfANestedTextIsNotUtf8) {
   struct Case {
     const char* bytes;
@@ -349,3 +205,4 @@ TEST(Event, IsNotReadIfANestedTextIsNotUtf8) {
 }
 
 }  // namespace
+}  // namespace messages::monitor

@@ -1,65 +1,17 @@
 #include <gtest/gtest.h>
 #include <qmsg/quorphp.pb.h>
 
-#include <cstdint>
 #include <string>
-#include <vector>
 
-#include "fields.h"
-#include "wire.h"
+#include "support/hex_bytes.h"
 
+namespace messages::quorphp {
 namespace {
 
 using quor::protobuf::QuorPHP::QuorArray;
 using quor::protobuf::QuorPHP::QuorArrayValue;
-using quor::protobuf::QuorPHP::QVal;
-using wire::ExpectBytes;
 using wire::Hex;
 using wire::Parse;
-
-TEST(QuorArrayValue, HasItsFieldsUnderTheirTags) {
-  ExpectField(ONEOF_TEXT(QuorArrayValue, string_key), "0A",
-              "quor.protobuf.QuorPHP.QuorArrayValue.string_key");
-  ExpectField(ONEOF_NUMBER(QuorArrayValue, int_key, int64_t), "10");
-  ExpectField(SUB_MESSAGE(QuorArrayValue, value, QVal), "1A");
-}
-
-TEST(QuorArray, HasItsFieldUnderItsTag) {
-  ExpectField(LIST(QuorArray, values, QuorArrayValue), "0A");
-}
-
-TEST(QuorArrayValue, NamesTheCasesOfItsKeyByTheFieldNumbers) {
-  EXPECT_EQ((std::vector<int>{QuorArrayValue::KEY_NOT_SET, QuorArrayValue::kStringKey,
-                              QuorArrayValue::kIntKey}),
-            (std::vector<int>{0, 1, 2}));
-}
-
-TEST(QuorArrayValue, IsWrittenAsTheBytesWorkedOutByHand) {
-  QuorArrayValue element;
-  element.set_string_key("k");
-  element.mutable_value()->set_value_type(QVal::INTEGER);
-  element.mutable_value()->set_int_value(1);
-  ExpectBytes(element, "0A 01 6B 1A 04 08 04 20 01");
-}
-
-TEST(QuorArray, IsWrittenAsTheBytesWorkedOutByHand) {
-  QuorArray array;
-  QuorArrayValue* const first = array.add_values();
-  first->set_string_key("k");
-  first->mutable_value()->set_int_value(1);
-  QuorArrayValue* const second = array.add_values();
-  second->set_int_key(5);
-  second->mutable_value()->set_value_type(QVal::NUL);
-  ExpectBytes(array,
-              "0A 07 0A 01 6B 1A 02 20 01"
-              "0A 06 10 05 1A 02 08 01");
-}
-
-TEST(QuorArrayValue, WritesNothingWithoutKeyAndValue) {
-  const QuorArrayValue element;
-  EXPECT_EQ(element.key_case(), QuorArrayValue::KEY_NOT_SET);
-  EXPECT_EQ(Hex(element), "");
-}
 
 TEST(QuorArrayValue, WritesAKeyThatIsSetToItsDefault) {
   QuorArrayValue element;
@@ -90,14 +42,6 @@ TEST(QuorArrayValue, ReplacesTheKeyAndMergesTheValue) {
   EXPECT_EQ(Hex(without_value), "0A 00 1A 05 08 01 1A 01 62");
 }
 
-TEST(QuorArrayValue, HasNeitherKeyNorValueOnceCleared) {
-  auto element = Parse<QuorArrayValue>("0A 01 61 1A 02 08 01");
-  element.Clear();
-  EXPECT_EQ(element.key_case(), QuorArrayValue::KEY_NOT_SET);
-  EXPECT_FALSE(element.has_value());
-  EXPECT_EQ(Hex(element), "");
-}
-
 TEST(QuorArray, KeepsRepeatedKeysInOrder) {
   QuorArray array;
   array.add_values()->set_string_key("a");
@@ -122,3 +66,4 @@ TEST(QuorArray, AppendsCopiesWhenMerged) {
 }
 
 }  // namespace
+}  // namespace messages::quorphp

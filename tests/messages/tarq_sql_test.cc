@@ -1,22 +1,13 @@
-#include <google/protobuf/duration.pb.h>
 #include <gtest/gtest.h>
 #include <qmsg/quorphp.pb.h>
 #include <qmsg/tarq.pb.h>
 
-#include <cstdint>
-#include <string>
-#include <vector>
+#include "support/hex_bytes.h"
 
-#include "fields.h"
-#include "wire.h"
-
+namespace messages::tarq {
 namespace {
 
-using google::protobuf::Duration;
-using quor::protobuf::QuorPHP::StackTrace;
 using quor::protobuf::Tarq::SqlConnection;
-using quor::protobuf::Tarq::SqlConnections;
-using quor::protobuf::Tarq::SqlError;
 using quor::protobuf::Tarq::SqlQueries;
 using quor::protobuf::Tarq::SqlQuery;
 using quor::protobuf::Tarq::SqlTransaction;
@@ -24,128 +15,6 @@ using quor::protobuf::Tarq::SqlTransactions;
 using wire::ExpectBytes;
 using wire::Hex;
 using wire::Parse;
-
-TEST(SqlConnection, HasItsFieldsUnderTheirTags) {
-  ExpectField(PLAIN_NUMBER(SqlConnection, ident, uint32_t), "08");
-  ExpectField(PLAIN_NUMBER(SqlConnection, driver_type, int32_t), "10");
-  ExpectField(PLAIN_TEXT(SqlConnection, dsn), "1A", "quor.protobuf.Tarq.SqlConnection.dsn");
-}
-
-TEST(SqlTransaction, HasItsFieldsUnderTheirTags) {
-  ExpectField(PLAIN_NUMBER(SqlTransaction, ident, uint32_t), "08");
-  ExpectField(ONEOF_NUMBER(SqlTransaction, parent_id, uint32_t), "10");
-  ExpectField(PLAIN_NUMBER(SqlTransaction, rows, int32_t), "18");
-  ExpectField(SUB_MESSAGE(SqlTransaction, duration, Duration), "22");
-}
-
-TEST(SqlError, HasItsFieldUnderItsTag) {
-  ExpectField(PLAIN_TEXT(SqlError, message), "0A", "quor.protobuf.Tarq.SqlError.message");
-}
-
-TEST(SqlQuery, HasItsFieldsUnderTheirTags) {
-  ExpectField(PLAIN_NUMBER(SqlQuery, statement_type, int32_t), "08");
-  ExpectField(ONEOF_NUMBER(SqlQuery, connection_id, uint32_t), "10");
-  ExpectField(ONEOF_NUMBER(SqlQuery, driver_type, int32_t), "18");
-  ExpectField(ONEOF_NUMBER(SqlQuery, transaction_id, uint32_t), "20");
-  ExpectField(PLAIN_TEXT(SqlQuery, query), "2A", "quor.protobuf.Tarq.SqlQuery.query");
-  ExpectField(PLAIN_NUMBER(SqlQuery, status, int32_t), "30");
-  ExpectField(PLAIN_NUMBER(SqlQuery, flags, uint64_t), "38");
-  ExpectField(SUB_MESSAGE(SqlQuery, error, SqlError), "42");
-  ExpectField(SUB_MESSAGE(SqlQuery, duration, Duration), "4A");
-  ExpectField(PLAIN_NUMBER(SqlQuery, rows, int32_t), "50");
-  ExpectField(SUB_MESSAGE(SqlQuery, stack_trace, StackTrace), "5A");
-}
-
-TEST(SqlLists, HaveTheirFieldsUnderTheirTags) {
-  ExpectField(PLAIN_TEXT(SqlConnections, queue_id), "0A",
-              "quor.protobuf.Tarq.SqlConnections.queue_id");
-  ExpectField(LIST(SqlConnections, connections, SqlConnection), "12");
-  ExpectField(PLAIN_TEXT(SqlTransactions, queue_id), "0A",
-              "quor.protobuf.Tarq.SqlTransactions.queue_id");
-  ExpectField(LIST(SqlTransactions, transactions, SqlTransaction), "12");
-  ExpectField(PLAIN_TEXT(SqlQueries, queue_id), "0A", "quor.protobuf.Tarq.SqlQueries.queue_id");
-  ExpectField(LIST(SqlQueries, queries, SqlQuery), "12");
-}
-
-TEST(SqlQuery, NamesTheCasesOfItsOneofsByTheFieldNumbers) {
-  EXPECT_EQ((std::vector<int>{SqlQuery::CONNECTION_NOT_SET, SqlQuery::kConnectionId}),
-            (std::vector<int>{0, 2}));
-  EXPECT_EQ((std::vector<int>{SqlQuery::DRIVER_NOT_SET, SqlQuery::kDriverType}),
-            (std::vector<int>{0, 3}));
-  EXPECT_EQ((std::vector<int>{SqlQuery::TRANSACTION_NOT_SET, SqlQuery::kTransactionId}),
-            (std::vector<int>{0, 4}));
-}
-
-TEST(SqlTransaction, NamesTheCasesOfItsOneofByTheFieldNumbers) {
-  EXPECT_EQ((std::vector<int>{SqlTransaction::PARENT_NOT_SET, SqlTransaction::kParentId}),
-            (std::vector<int>{0, 2}));
-}
-
-TEST(SqlConnection, IsWrittenAsTheBytesWorkedOutByHand) {
-  SqlConnection connection;
-  connection.set_ident(1);
-  connection.set_driver_type(2);
-  connection.set_dsn("d");
-  ExpectBytes(connection, "08 01 10 02 1A 01 64");
-}
-
-TEST(SqlConnections, IsWrittenAsTheBytesWorkedOutByHand) {
-  SqlConnections connections;
-  connections.set_queue_id("q");
-  connections.add_connections()->set_ident(1);
-  connections.add_connections()->set_dsn("d");
-  ExpectBytes(connections, "0A 01 71 12 02 08 01 12 03 1A 01 64");
-}
-
-TEST(SqlTransaction, IsWrittenAsTheBytesWorkedOutByHand) {
-  SqlTransaction transaction;
-  transaction.set_ident(1);
-  transaction.set_parent_id(2);
-  transaction.set_rows(3);
-  transaction.mutable_duration()->set_seconds(4);
-  ExpectBytes(transaction, "08 01 10 02 18 03 22 02 08 04");
-}
-
-TEST(SqlTransactions, IsWrittenAsTheBytesWorkedOutByHand) {
-  SqlTransactions transactions;
-  transactions.set_queue_id("q");
-  transactions.add_transactions()->set_ident(1);
-  transactions.add_transactions()->set_parent_id(1);
-  ExpectBytes(transactions, "0A 01 71 12 02 08 01 12 02 10 01");
-}
-
-TEST(SqlError, IsWrittenAsTheBytesWorkedOutByHand) {
-  SqlError error;
-  error.set_message("no");
-  ExpectBytes(error, "0A 02 6E 6F");
-}
-
-TEST(SqlQuery, IsWrittenAsTheBytesWorkedOutByHand) {
-  SqlQuery query;
-  query.set_statement_type(1);
-  query.set_connection_id(2);
-  query.set_driver_type(3);
-  query.set_transaction_id(4);
-  query.set_query("q");
-  query.set_status(6);
-  query.set_flags(7);
-  query.mutable_error()->set_message("e");
-  query.mutable_duration()->set_seconds(9);
-  query.set_rows(10);
-  query.mutable_stack_trace()->add_frames()->set_frame_id(11);
-  ExpectBytes(query,
-              "08 01"
-              "10 02"
-              "18 03"
-              "20 04"
-              "2A 01 71"
-              "30 06"
-              "38 07"
-              "42 03 0A 01 65"
-              "4A 02 08 09"
-              "50 0A"
-              "5A 04 0A 02 08 0B");
-}
 
 TEST(SqlQueries, IsWrittenAsTheBytesWorkedOutByHand) {
   SqlQueries queries;
@@ -165,13 +34,6 @@ TEST(SqlQuery, TellsConnectionZeroFromNone) {
   query.clear_connection_id();
   EXPECT_EQ(Hex(query), "");
   EXPECT_EQ(query.connection_case(), SqlQuery::CONNECTION_NOT_SET);
-}
-
-TEST(SqlQuery, ReadsADriverOfZeroAsSet) {
-  const auto query = Parse<SqlQuery>("18 00");
-  EXPECT_EQ(query.driver_case(), SqlQuery::kDriverType);
-  EXPECT_EQ(query.driver_type(), 0);
-  EXPECT_EQ(Hex(query), "18 00");
 }
 
 TEST(SqlQuery, TellsADriverOfZeroFromNoneOnlyByItsPresence) {
@@ -216,11 +78,6 @@ TEST(SqlConnection, DoesNotKeepADriverOfZero) {
   EXPECT_EQ(Hex(Parse<SqlConnection>("10 00")), "");
 }
 
-TEST(SqlConnection, HasNoPresenceForItsDriverUnlikeAQuery) {
-  EXPECT_FALSE(HAS_PRESENCE(SqlConnection, driver_type));
-  EXPECT_TRUE(HAS_PRESENCE(SqlQuery, driver_type));
-}
-
 TEST(SqlQuery, TakesATransactionOfZeroButNotNoneWhenMerged) {
   auto target = Parse<SqlQuery>("20 09");
   target.MergeFrom(SqlQuery());
@@ -239,61 +96,11 @@ TEST(SqlTransaction, TakesAParentOfZeroButNotNoneWhenMerged) {
   EXPECT_EQ(Hex(target), "08 01 10 00 18 06");
 }
 
-TEST(SqlQuery, WritesNegativeNumbersInTenBytes) {
-  SqlQuery query;
-  query.set_statement_type(-1);
-  query.set_status(-1);
-  query.set_rows(-1);
-  const std::string bytes =
-      "08 FF FF FF FF FF FF FF FF FF 01 "
-      "30 FF FF FF FF FF FF FF FF FF 01 "
-      "50 FF FF FF FF FF FF FF FF FF 01";
-  EXPECT_EQ(Hex(query), bytes);
-  const auto read = Parse<SqlQuery>(bytes);
-  EXPECT_EQ(read.statement_type(), -1);
-  EXPECT_EQ(read.status(), -1);
-  EXPECT_EQ(read.rows(), -1);
-}
-
-TEST(SqlQuery, KeepsTheTopBitOfItsFlags) {
-  SqlQuery query;
-  query.set_flags(0x8000'0000'0000'0000);
-  EXPECT_EQ(Hex(query), "38 80 80 80 80 80 80 80 80 80 01");
-  EXPECT_EQ(Parse<SqlQuery>("38 80 80 80 80 80 80 80 80 80 01").flags(), 0x8000'0000'0000'0000);
-}
-
 TEST(SqlQuery, WritesAnErrorWithoutAMessage) {
   SqlQuery query;
   query.mutable_error()->set_message("");
   EXPECT_EQ(Hex(query), "42 00");
   EXPECT_TRUE(Parse<SqlQuery>("42 00").has_error());
-}
-
-TEST(SqlQuery, KeepsAReferenceOfAnotherWireTypeAsUnknown) {
-  const auto query = Parse<SqlQuery>("12 01 61 15 01 02 03 04 20 05");
-  EXPECT_FALSE(query.has_connection_id());
-  EXPECT_EQ(Hex(query), "20 05 12 01 61 15 01 02 03 04");
-}
-
-TEST(SqlQuery, MergesWhatIsSetAndSubMessagesFieldByField) {
-  auto target = Parse<SqlQuery>("08 01 10 02 2A 01 61 42 03 0A 01 65 4A 02 08 01 5A 02 0A 00");
-  target.MergeFrom(Parse<SqlQuery>("18 00 30 05 42 00 4A 02 10 02 5A 02 0A 00 60 01"));
-  EXPECT_EQ(Hex(target),
-            "08 01 10 02 18 00 2A 01 61 30 05 42 03 0A 01 65 4A 04 08 01 10 02 5A 04 0A 00 0A 00 "
-            "60 01");
-}
-
-TEST(SqlQuery, IsEmptyOnceCleared) {
-  auto query =
-      Parse<SqlQuery>("08 01 10 00 18 00 20 00 2A 01 61 30 01 38 01 42 00 4A 00 50 01 5A 00 60 01");
-  query.Clear();
-  EXPECT_FALSE(query.has_connection_id());
-  EXPECT_FALSE(query.has_driver_type());
-  EXPECT_FALSE(query.has_transaction_id());
-  EXPECT_FALSE(query.has_error());
-  EXPECT_FALSE(query.has_duration());
-  EXPECT_FALSE(query.has_stack_trace());
-  EXPECT_EQ(Hex(query), "");
 }
 
 TEST(SqlTransactions, ResolveNoReference) {
@@ -305,10 +112,5 @@ TEST(SqlTransactions, ResolveNoReference) {
   ExpectBytes(transactions, "12 04 08 01 10 01 12 02 10 63");
 }
 
-TEST(SqlQueries, AppendsQueriesWhenMerged) {
-  auto target = Parse<SqlQueries>("0A 01 71 12 03 2A 01 61");
-  target.MergeFrom(Parse<SqlQueries>("12 03 2A 01 61 12 00"));
-  EXPECT_EQ(Hex(target), "0A 01 71 12 03 2A 01 61 12 03 2A 01 61 12 00");
-}
-
 }  // namespace
+}  // namespace messages::tarq

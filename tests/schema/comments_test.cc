@@ -5,15 +5,19 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <regex>
 #include <string>
+#include <type_traits>
 
 namespace {
 
 using google::protobuf::Descriptor;
 using google::protobuf::DescriptorPool;
 using google::protobuf::EnumDescriptor;
+using google::protobuf::FieldDescriptor;
 using google::protobuf::FileDescriptor;
 using google::protobuf::FileDescriptorSet;
+using google::protobuf::OneofDescriptor;
 using google::protobuf::SourceLocation;
 
 // Visits each element that a reader sees declared, map entries aside.
@@ -36,6 +40,44 @@ void ForEachElement(const FileDescriptor& file, Visitor visit) {
       }
     }
   }
+}
+
+// What a reader gets of a field that is absent, as its comment names it.
+std::string Default(const FieldDescriptor& field) {
+  if (field.is_repeated()) {
+    return "Empty";
+  }
+  if (field.has_presence()) {
+    return "Absent";
+  }
+  switch (field.cpp_type()) {
+    case FieldDescriptor::CPPTYPE_STRING:
+      return "Empty";
+    case FieldDescriptor::CPPTYPE_BOOL:
+      return "False";
+    case FieldDescriptor::CPPTYPE_ENUM:
+      return field.default_value_enum()->name();
+    default:
+      return "0";
+  }
+}
+
+// The sentence in which a comment says what absence means, as a regular expression. With implicit
+// presence it names two meanings, because the default value and absence read the same.
+std::string AbsenceSentence(const FieldDescriptor& field) {
+  const OneofDescriptor* const oneof = field.containing_oneof();
+  if (oneof != nullptr && oneof->field_count() > 1) {
+    return "Absent: `" + oneof->name() + "` holds another member or none\\.";
+  }
+  return Default(field) + ": " + (field.has_presence() ? "([^.:]+ or )?" : "[^.:]+ or ") +
+         "not (recorded|given)\\.";
+}
+
+// In one line.
+std::string CommentOf(const FieldDescriptor& field) {
+  SourceLocation location;
+  field.GetSourceLocation(&location);
+  return std::regex_replace(location.leading_comments, std::regex("\\s+"), " ");
 }
 
 class Comments : public testing::Test {
@@ -75,6 +117,20 @@ TEST_F(Comments, StandAboveEveryElementAsWholeSentences) {
     EXPECT_EQ(comment.find("TODO"), std::string::npos) << element.full_name();
   });
   EXPECT_EQ(elements, 276);
+}
+
+TEST_F(Comments, OfFieldsEndWithWhatAbsenceMeans) {
+  int fields = 0;
+  ForEachElementOfAllFiles([&fields](const auto& element) {
+    if constexpr (std::is_same_v<decltype(element), const FieldDescriptor&>) {
+      ++fields;
+      const std::string expected = AbsenceSentence(element);
+      EXPECT_TRUE(std::regex_search(CommentOf(element), std::regex("\\. " + expected + " $")))
+          << "expected: the comment of " << element.full_name() << " ends with " << expected
+          << "\nfound:   " << CommentOf(element);
+    }
+  });
+  EXPECT_EQ(fields, 180);
 }
 
 }  // namespace

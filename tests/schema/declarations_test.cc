@@ -101,6 +101,20 @@ TEST(SchemaFiles, DeclareWhatIsListedInThatOrder) {
   EXPECT_EQ(declared.size(), listed.size());
 }
 
+TEST(SchemaFiles, LeaveRetiredNumbersUnused) {
+  // Numbers of removed fields: a reader of an earlier release would take the new field for the old.
+  const struct {
+    const char* message;
+    int number;
+  } retired[] = {{"Tarq.Error", 3}, {"Tarq.Function", 4}, {"Tarq.Function", 5}};
+  for (const auto& [name, number] : retired) {
+    const Descriptor* message = DescriptorPool::generated_pool()->FindMessageTypeByName(
+        std::string("quor.protobuf.") + name);
+    ASSERT_NE(message, nullptr) << name;
+    EXPECT_EQ(message->FindFieldByNumber(number), nullptr) << name << ' ' << number;
+  }
+}
+
 TEST(SchemaFiles, AreProto3AndDeclareNoServiceExtensionOrOptionalField) {
   for (const char* name : {"codetrace.proto", "config.proto", "jobqueue.proto", "login.proto",
                            "monitor.proto", "quorphp.proto", "tarq.proto"}) {

@@ -1,15 +1,15 @@
-// What goes through operator new. A program that is linked with this has an operator new of its
-// own, which all libraries of the process use: it counts, and fails when it is told to.
+// Replaces operator new in the program that links this, for all libraries of the process. It counts
+// allocations and fails on request.
 #pragma once
 
 #include <cstddef>
 
 namespace allocations {
 
-// How many blocks were handed out so far.
+// How many blocks were allocated so far.
 std::size_t Made();
 
-// How many of them were not given back.
+// How many of them were not freed.
 std::size_t Outstanding();
 
 // While it lives, the `nth` allocation from now on throws std::bad_alloc; 1 is the next one. Those

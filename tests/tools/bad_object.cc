@@ -1,4 +1,4 @@
-// A shared object that does something bad as soon as it is loaded.
+// A shared object that misbehaves as soon as it is loaded.
 
 #include <unistd.h>
 

@@ -1,4 +1,4 @@
-"""`qmsg check` in memory that does not grow with its input."""
+"""The memory of `qmsg check` does not grow with its input."""
 
 import os
 import subprocess

@@ -1,20 +1,15 @@
-"""`qmsg check` on bytes whose faults are worked out by hand: where they are, and which rule they
-break."""
+"""`qmsg check` on bytes with faults worked out by hand: their places, and the rules they break."""
 
 import json
 import os
 import pathlib
 import subprocess
-import sys
 import tempfile
 import unittest
 
-from tool import PROGRAM, delimited as framed
-
-ROOT = pathlib.Path(__file__).resolve().parents[2]
-sys.path.insert(0, str(ROOT / "tests/interchange"))
-# pylint: disable=wrong-import-position
 import vectors
+from reference import varint
+from tool import PROGRAM, delimited as framed, tagged
 
 ERRORS = {"framing", "any-type", "malformed", "utf-8"}
 
@@ -22,19 +17,6 @@ ERRORS = {"framing", "any-type", "malformed", "utf-8"}
 def from_hex(text):
     """The bytes of lines of hexadecimal digits, each with a remark behind '#'."""
     return bytes.fromhex(" ".join(line.split("#")[0] for line in text.splitlines()))
-
-
-def varint(number):
-    number &= 2**64 - 1
-    digits = []
-    while number > 127:
-        digits.append(number & 127 | 128)
-        number >>= 7
-    return bytes([*digits, number])
-
-
-def tagged(number, content):
-    return varint(number << 3 | 2) + varint(len(content)) + content
 
 
 def any_of(name, content, url="type.googleapis.com/quor.protobuf."):
@@ -218,7 +200,7 @@ class WireFaults(Table):
               (201, "queries[0]." + DEEP[4:], "malformed")]),
         ])
 
-    def test_every_fault_is_told(self):
+    def test_every_fault_is_reported(self):
         self.judge([
             ("three faults", "SqlQueries", """
              12 01        # queries[0], 1 byte
@@ -235,7 +217,7 @@ class WireFaults(Table):
 
 
 class Text(Table):
-    def test_that_is_no_utf_8(self):
+    def test_that_is_not_utf_8(self):
         self.judge([
             ("a lone continuation", "Login", "0a 02 61 80", [(3, "hostname", "utf-8")]),
             ("a lone continuation at the begin", "Login", "0a 02 bf 61",
@@ -299,7 +281,7 @@ TYPE_TAGS = {
 
 
 class TypeTags(Table):
-    def test_each_goes_with_its_member_alone(self):
+    def test_each_allows_only_its_member(self):
         for message, (field, tag, goes_with, members) in TYPE_TAGS.items():
             self.judge([
                 (f"{message} {value} {member}", message,
@@ -307,14 +289,14 @@ class TypeTags(Table):
                  [] if wanted == member else [(0, field, "type-tag")])
                 for value, wanted in goes_with.items() for member in [None, *members]])
 
-    def test_that_are_absent_are_the_first(self):
+    def test_that_are_absent_have_the_first_value(self):
         for message, (field, _, goes_with, members) in TYPE_TAGS.items():
             self.judge([
                 (f"{message} {member}", message, members.get(member, ""),
                  [] if goes_with[0] == member else [(0, field, "type-tag")])
                 for member in [None, *members]])
 
-    def test_that_are_not_declared_are_no_mismatch(self):
+    def test_that_are_not_declared_are_not_a_mismatch(self):
         self.judge([
             ("QVal", "QVal", """
              08 08  # value_type: 8
@@ -323,7 +305,7 @@ class TypeTags(Table):
             ("Event", "Event", "08 06  # event_type: 6", [(0, "event_type", "undeclared-enum")]),
         ])
 
-    def test_are_found_further_down(self):
+    def test_are_checked_in_submessages(self):
         self.judge([
             ("in a set", "Config.Set", """
              12 0d     # namespaces[0], 13 bytes
@@ -384,7 +366,7 @@ class Fields(Table):
              [(6, "attr_list[0].3", "unknown-field")]),
         ])
 
-    def test_of_another_wire_type(self):
+    def test_with_another_wire_type(self):
         self.judge([
             ("a number where text is declared", "Login", "08 01",
              [(0, "hostname", "wire-type")]),
@@ -401,7 +383,7 @@ class Fields(Table):
              [(0, "error", "wire-type")]),
         ])
 
-    def test_that_occur_again(self):
+    def test_that_are_repeated(self):
         self.judge([
             ("text", "Login", """
              0a 01 61  # hostname: "a"
@@ -432,7 +414,7 @@ class Fields(Table):
 class MergedMessages(Table):
     """A message that stands twice is judged as what a parser makes of both."""
 
-    def test_a_mismatch_of_the_halves_is_none_of_the_whole(self):
+    def test_a_mismatch_in_each_half_is_not_reported_if_the_merged_message_matches(self):
         self.judge([
             ("a tag here, its member there", "SuperglobalValue", """
              12 02     # value, 2 bytes
@@ -442,7 +424,7 @@ class MergedMessages(Table):
              [(4, "value", "repeated-singular")]),
         ])
 
-    def test_a_fault_of_the_whole_is_none_of_the_halves(self):
+    def test_a_mismatch_of_the_merged_message_is_reported_if_each_half_matches(self):
         self.judge([
             ("seconds here, nanoseconds there", "SqlQuery", """
              4a 02                             # duration, 2 bytes
@@ -456,7 +438,7 @@ class MergedMessages(Table):
              [(5, "error", "repeated-singular"), (7, "error.message", "repeated-singular")]),
         ])
 
-    def test_elements_are_counted_through(self):
+    def test_elements_of_both_halves_are_numbered_together(self):
         self.judge([
             ("a frame each", "SqlQuery", """
              5a 04        # stack_trace, 4 bytes
@@ -474,7 +456,7 @@ class MergedMessages(Table):
               (9, "function_args.values[1]", "duplicate-key")]),
         ])
 
-    def test_what_another_member_of_a_oneof_replaces_is_gone(self):
+    def test_a_replaced_member_of_a_oneof_is_not_checked(self):
         self.judge([
             ("a time that is out of range", "Event", """
              08 02        # event_type: SlowRequestExecution
@@ -579,7 +561,7 @@ class Keys(Table):
                 (f"{message} {one} and {other}", message, first + second, []),
             ])
 
-    def test_further_down_and_kept_apart(self):
+    def test_in_submessages_are_kept_apart(self):
         self.judge([
             ("in one of two", "Tarq.Superglobals", """
              12 05           # variables[0], 5 bytes
@@ -596,11 +578,11 @@ class Keys(Table):
 
     def test_are_shown(self):
         found = findings_in(from_hex("0a 03 0a 01 61 0a 03 0a 01 61"), "--type", "QuorArray")
-        self.assertIn('string_key "a" is the key of values[0] already', found[0]["reason"])
+        self.assertIn('string_key "a" is already the key of values[0]', found[0]["reason"])
 
 
 class Parents(Table):
-    def test_that_are_not_there(self):
+    def test_that_do_not_exist(self):
         self.judge([
             ("none of that number", "SqlTransactions", """
              12 04  # transactions[0], 4 bytes
@@ -664,7 +646,7 @@ class Parents(Table):
                 found = findings_in(from_hex(text), "--type", "SqlTransactions")
                 self.assertEqual([one["reason"].split(": ")[1] for one in found], idents)
 
-    def test_of_a_long_chain_take_no_time(self):
+    def test_of_a_long_chain_take_linear_time(self):
         chain = [tagged(2, b"\x08" + varint(i) + b"\x10" + varint(i + 1)) for i in range(100000)]
         self.assertEqual(len(findings_in(b"".join(chain), "--type", "SqlTransactions")), 1)
 
@@ -696,12 +678,12 @@ class References(unittest.TestCase):
         self.assertLessEqual({one["code"] for one in found}, {"dangling-reference"})
         return [(one["message"], one["path"]) for one in found]
 
-    def test_to_what_a_list_before_lacks(self):
+    def test_to_an_ident_that_an_earlier_list_lacks(self):
         self.assertEqual(
             self.told(connections(b"r", 1, 2), queries(b"r", "10 01", ON_CONNECTION_7)),
             [(1, "queries[1].connection_id")])
 
-    def test_to_what_a_list_behind_lacks(self):
+    def test_to_an_ident_that_a_later_list_lacks(self):
         self.assertEqual(
             self.told(queries(b"r", "20 01", IN_TRANSACTION_7), transactions(b"r", 1, 2)),
             [(0, "queries[1].transaction_id")])
@@ -710,32 +692,32 @@ class References(unittest.TestCase):
         self.assertEqual(self.told(connections(b"r", 1), queries(b"r", "10 00")),
                          [(1, "queries[0].connection_id")])
 
-    def test_to_what_is_there(self):
+    def test_to_existing_idents(self):
         self.assertEqual(self.told(connections(b"r", 7), queries(b"r", ON_CONNECTION_7),
                                    queries(b"r", IN_TRANSACTION_7), transactions(b"r", 7)), [])
 
-    def test_to_what_one_of_two_lists_has(self):
+    def test_to_an_ident_in_one_of_two_lists(self):
         self.assertEqual(self.told(connections(b"r", 1), queries(b"r", ON_CONNECTION_7),
                                    connections(b"r", 7)), [])
 
-    def test_to_lists_that_were_not_captured_say_nothing(self):
+    def test_to_lists_that_were_not_captured_are_ignored(self):
         self.assertEqual(self.told(queries(b"r", ON_CONNECTION_7, IN_TRANSACTION_7),
                                    connections(b"r", 7)), [])
 
-    def test_are_those_of_one_request(self):
+    def test_do_not_cross_requests(self):
         self.assertEqual(self.told(connections(b"r", 7), connections(b"s", 1),
                                    queries(b"s", ON_CONNECTION_7)),
                          [(2, "queries[0].connection_id")])
 
-    def test_of_no_request_are_not_judged(self):
+    def test_without_a_request_are_ignored(self):
         self.assertEqual(self.told(connections(b"", 1), queries(b"", ON_CONNECTION_7)), [])
 
-    def test_to_a_damaged_list_are_not_judged(self):
+    def test_to_a_damaged_list_are_ignored(self):
         broken = any_of("Tarq.SqlConnections", tagged(1, b"r") + tagged(2, b"\x08\x01") + b"\x0e")
         found = findings_in(framed(broken, queries(b"r", ON_CONNECTION_7)), "--framing", "any")
         self.assertEqual([one["code"] for one in found], ["malformed"])
 
-    def test_are_told_with_their_place(self):
+    def test_are_reported_with_their_place(self):
         before = framed(connections(b"r", 1))
         stream = before + framed(queries(b"r", ON_CONNECTION_7))
         found, = findings_in(stream, "--framing", "any")
@@ -744,14 +726,14 @@ class References(unittest.TestCase):
         self.assertEqual(found["type"], "quor.protobuf.Tarq.SqlQueries")
         self.assertEqual(found["reason"], 'no connection of request "r" has the ident 7')
 
-    def test_in_another_file_are_others(self):
+    def test_do_not_cross_files(self):
         with tempfile.TemporaryDirectory() as folder:
             one, other = (os.path.join(folder, name) for name in ("one", "other"))
             pathlib.Path(one).write_bytes(framed(connections(b"r", 1)))
             pathlib.Path(other).write_bytes(framed(queries(b"r", ON_CONNECTION_7)))
             self.assertEqual(check(None, "--framing", "any", one, other)[:2], (0, ""))
 
-    def test_are_held_for_some_thousand_requests(self):
+    def test_are_kept_for_some_thousand_requests(self):
         begin = [connections(b"kept", 1), queries(b"kept", ON_CONNECTION_7)]
         late = [queries(b"late", ON_CONNECTION_7)]
         some, many = ([connections(b"%d" % i, 1) for i in range(count)] for count in (4000, 5000))
@@ -770,7 +752,7 @@ class Streams(unittest.TestCase):
         02 10 01     # message 3, field 2: 1""")
     LOGINS = ("--type", "Login.Login", "--framing", "delimited")
 
-    def test_go_on_behind_a_bad_message(self):
+    def test_continue_after_a_bad_message(self):
         found = findings_in(self.STREAM, *self.LOGINS)
         self.assertEqual([(one["message"], *found_one) for one, found_one in
                           zip(found, brief(found))],
@@ -783,7 +765,7 @@ class Streams(unittest.TestCase):
                          "standard input: message 3: offset 12: warning: 2: "
                          "quor.protobuf.Login.Login has no field 2 [unknown-field]")
 
-    def test_that_end_too_soon(self):
+    def test_that_are_cut_off(self):
         cases = [("in a message", "03 0a 01 61 05 0a", 5), ("in a length", "03 0a 01 61 80", 4),
                  ("no length", "03 0a 01 61 ff ff ff ff ff ff", 4)]
         for name, text, offset in cases:
@@ -866,7 +848,7 @@ class Options(unittest.TestCase):
             self.assertEqual([line.split(":")[0] for line in output.splitlines()], paths)
             self.assertEqual((status, errors), (1, "2 messages, 2 errors, 0 warnings\n"))
 
-    def test_text_that_is_no_hexadecimal(self):
+    def test_input_that_is_not_hexadecimal(self):
         found, = findings_in(b"0a0z", "--type", "Login.Login", "--in", "hex")
         self.assertEqual(found["code"], "framing")
         self.assertTrue(found["reason"].startswith("line 1, column 4: "), found["reason"])
@@ -886,7 +868,7 @@ class Options(unittest.TestCase):
                 self.assertEqual((status, output), (3, ""))
                 self.assertIn(path, errors)
 
-    def test_text_of_a_message_cannot_pass_for_a_line(self):
+    def test_text_of_a_message_cannot_forge_a_line(self):
         element = tagged(1, tagged(1, b"a\n\x1b[31m" + b"x" * 100))
         _, output, _ = check(element * 2, "--type", "QuorArray")
         self.assertEqual(len(output.splitlines()), 1)
@@ -909,7 +891,7 @@ class Vectors(unittest.TestCase):
         for one in findings_in(stream, "--framing", "any"):
             cls.found[one["message"]].add(one["code"])
 
-    def test_errors_are_what_is_refused(self):
+    def test_errors_are_reported_for_refused_vectors_only(self):
         for case, codes in zip(self.cases, self.found):
             if bool(codes & ERRORS) != (case.refused is not None):
                 self.fail(f"{case.place}: {case.name}: {codes}")

@@ -1,5 +1,4 @@
-"""What all commands have in common: help, wrong use, files that cannot be read, outputs that cannot
-be written."""
+"""The behaviour of all commands: help, wrong use, unreadable files, unwritable outputs, encodings."""
 
 import os
 import signal
@@ -14,7 +13,7 @@ class Help(tool.ToolTest):
     def test_names_the_version(self):
         self.assertRegex(self.run_tool("--version").text, r"^qmsg \d+\.\d+\.\d+\n$")
 
-    def test_tells_the_exit_codes_of_all_commands(self):
+    def test_lists_the_exit_codes_of_all_commands(self):
         self.assertIn("0 fine; 1 the data is bad, or differs; 2 wrong use; 3 input or output failed",
                       " ".join(self.run_tool("--help").text.split()))
 
@@ -25,14 +24,14 @@ class Help(tool.ToolTest):
 
 
 class WrongUse(tool.ToolTest):
-    def test_is_told_by_the_option_and_what_it_takes(self):
+    def test_is_reported_with_the_option_and_its_values(self):
         cases = [
             (("decode", "--in", "octal"), "--in: octal not in {binary,hex,base64}"),
             (("decode", "--framing", "lines"), "--framing: lines not in {none,delimited,any}"),
             (("decode", "--typo"), "The following argument was not expected: --typo"),
             (("decode",), "which type? Give --type NAME"),
             (("encode",), "which type? Give --type NAME"),
-            (("decode", "--framing", "any", "--type", "Login.Login"), "leave --type out"),
+            (("decode", "--framing", "any", "--type", "Login.Login"), "omit --type"),
             (("diff", "--type", "SqlQuery", "-", "-"), "only one of A and B can be standard input"),
             (("diff", "--type", "SqlQuery", "a"), "B is required"),
         ]
@@ -64,7 +63,7 @@ class Files(tool.ToolTest):
                             self.file("my capture.bin", SELECT_1))
         self.assertEqual('{"query":"SELECT 1"}\n', run.text)
 
-    def test_that_are_empty_are_one_empty_message_or_no_message(self):
+    def test_that_are_empty_are_one_empty_message_or_an_empty_stream(self):
         self.file("empty", b"")
         run = self.run_tool("decode", "--type", "SqlQuery", "empty")
         self.assertEqual(("{}\n", "qmsg: 'empty' is empty: a message without fields\n"),
@@ -82,7 +81,7 @@ class Output(tool.ToolTest):
                           "qmsg decode: cannot write standard output: No space left on device\n"),
                          (done.returncode, done.stderr.decode()))
 
-    def test_into_a_closed_pipe_ends_it_quietly(self):
+    def test_into_a_closed_pipe_ends_the_tool_quietly(self):
         stream = self.file("stream.bin", tool.delimited(SELECT_1) * 100_000)
         for disposition in (signal.SIG_DFL, signal.SIG_IGN):
             with self.subTest(disposition):
@@ -98,8 +97,8 @@ class Output(tool.ToolTest):
                 self.assertEqual(b"", done.stderr)
 
 
-class Forms(tool.ToolTest):
-    def test_of_input_may_be_spaced_as_people_write_them(self):
+class Encodings(tool.ToolTest):
+    def test_of_input_may_contain_separators(self):
         for form, given in (("hex", "2a 08 53:45,4c454354\n2031"), ("hex", "2A0853454C4543542031"),
                             ("base64", "KghTRUxFQ1QgMQ=="), ("base64", "KghTRUxF\n Q1QgMQ"),
                             ("base64", "KghTRUxFQ1QgMQ==\n")):
@@ -108,7 +107,7 @@ class Forms(tool.ToolTest):
                                     given=given.encode())
                 self.assertEqual('{"query":"SELECT 1"}\n', run.text)
 
-    def test_of_base64_may_use_the_alphabet_of_urls(self):
+    def test_of_base64_may_use_the_url_safe_alphabet(self):
         # Field 1 is -513, whose varint has digits 62 and 63 of base64.
         for given in (b"CP/7/////////wE=", b"CP_7_________wE="):
             with self.subTest(given):
@@ -116,7 +115,7 @@ class Forms(tool.ToolTest):
                                     given=given)
                 self.assertEqual('{"statement_type":-513}\n', run.text)
 
-    def test_that_the_input_does_not_have_are_refused_where_it_breaks(self):
+    def test_that_are_invalid_are_refused_with_line_and_column(self):
         cases = [
             ("hex", b"2a\n0g", BAD_DATA, "standard input: line 2, column 2: 'g' is not a hexadecimal digit"),
             ("hex", b"2a0", BAD_DATA, "'standard input' ends in the middle of a byte"),

@@ -1,4 +1,4 @@
-"""The completions, in the shells that they are for."""
+"""The completion scripts, run by their shells."""
 
 import os
 import pathlib
@@ -60,7 +60,7 @@ class Shell:
         self.assertLessEqual({message.full_name for message in messages()},
                              self.complete("qmsg describe quor"))
 
-    def test_messages_and_files_of_a_command_line_that_takes_them(self):
+    def test_message_types_and_files_as_values(self):
         made = subprocess.run([SAMPLE, self.name], capture_output=True, text=True, check=True)
         self.script.write_text(made.stdout, encoding="ascii")
         (self.folder / "cap one.bin").touch()
@@ -100,19 +100,19 @@ class Bash(Shell, unittest.TestCase):
         self.assertEqual(result.stderr, "")
         return set(filter(None, result.stdout.split("\n")))
 
-    def test_values_behind_a_sign(self):
+    def test_values_after_an_equals_sign(self):
         self.assertEqual(self.complete("qmsg describe --format=m"), {"markdown"})
         self.assertEqual(self.complete("qmsg describe --format=json SqlQuery.f"),
                          {"SqlQuery.flags"})
 
-    def test_has_nothing_that_shellcheck_warns_of(self):
+    def test_is_clean_for_shellcheck(self):
         if shutil.which("shellcheck") is None:
             self.skipTest("there is no shellcheck")
         result = subprocess.run(["shellcheck", str(self.script)], capture_output=True, text=True,
                                 check=False)
         self.assertEqual((result.returncode, result.stdout), (0, ""))
 
-    def test_nothing_behind_the_last_argument(self):
+    def test_nothing_after_the_last_argument(self):
         self.assertEqual(self.complete("qmsg completion zsh "), set())
 
 
@@ -195,7 +195,7 @@ class Fish(Shell, unittest.TestCase):
 
 
 class CommandLine(unittest.TestCase):
-    def test_names_the_shells_there_are(self):
+    def test_lists_the_shells(self):
         status, output, errors = qmsg("completion", "csh")
         self.assertEqual((status, output), (2, ""))
         self.assertIn("csh not in {bash,zsh,fish}", errors)

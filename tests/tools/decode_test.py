@@ -1,4 +1,4 @@
-"""Bytes become JSON and text, and what is wrong with them is told with its place."""
+"""qmsg decode prints bytes as JSON and text, and reports faults with their place."""
 
 import resource
 import unittest
@@ -19,7 +19,7 @@ class Decode(tool.ToolTest):
         self.assertEqual('{"connection_id":0,"query":"SELECT 1","duration":"0.001500s"}\n',
                          self.decode(given, "--compact").text)
 
-    def test_prints_text_that_people_can_read(self):
+    def test_prints_text_with_readable_strings(self):
         given = bytes.fromhex("2a06" "d09fd180d0b8")
         self.assertEqual('query: "При"\n', self.decode(given, "--to", "text").text)
         self.assertEqual('query: "При" \n', self.decode(given, "--to", "text", "--compact").text)
@@ -63,21 +63,74 @@ class Decode(tool.ToolTest):
         self.assertEqual("qmsg: standard input: 7 unknown fields, 19 at offset 0, 19 at offset 3, "
                          "19 at offset 6, 19 at offset 9, 19 at offset 12, ...\n", run.errors)
 
-    def test_says_where_bytes_are_no_message(self):
+    def test_says_where_bytes_are_not_a_valid_message(self):
         # error, field 8, at 0, holds message, field 1, whose text begins at 4.
         run = self.decode(bytes.fromhex("4204" "0a02" "41ff"), code=BAD_DATA)
         self.assertEqual("", run.text)
-        self.assertEqual("qmsg: standard input: no quor.protobuf.Tarq.SqlQuery: offset 5, "
-                         "error.message: byte 0xff is no valid UTF-8 there\n", run.errors)
+        self.assertEqual("qmsg: standard input: not a valid quor.protobuf.Tarq.SqlQuery: offset 5, "
+                         "error.message: byte 0xff is not valid UTF-8\n", run.errors)
 
-    def test_says_what_json_cannot_carry_and_text_can(self):
-        given = bytes.fromhex("0a0b" "0880808080808080808001")  # seconds of timestamp: -2^63
-        run = self.decode(given.replace(b"\x0a\x0b", b"\x12\x0b"), type_name="Tarq.Error", code=BAD_DATA)
-        self.assertIn("standard input: JSON cannot carry it: ", run.errors)
-        self.assertIn("; --to text can", run.errors)
-        run = self.decode(given.replace(b"\x0a\x0b", b"\x12\x0b"), "--to", "text",
-                          type_name="Tarq.Error")
-        self.assertEqual("timestamp {\n  seconds: -9223372036854775808\n}\n", run.text)
+    def test_refuses_times_that_json_cannot_represent(self):
+        # duration, field 9, at 0: seconds, field 1, at 2; nanos, field 2. A negative number has ten
+        # bytes: -500,000,000 is 80b6ca91feffffffff01, and 500,000,000 is 80cab5ee01.
+        one_less_half = "4a0d" "0801" "1080b6ca91feffffffff01"
+        minus_one_and_half = "4a11" "08ffffffffffffffffff01" "1080cab5ee01"
+        # timestamp of Tarq.Error, field 2: seconds are -2^63.
+        before_time = "120b" "0880808080808080808001"
+        cases = [
+            ("SqlQuery", one_less_half,
+             "duration.nanos: -500000000 does not have the sign of the seconds, 1",
+             "duration {\n  seconds: 1\n  nanos: -500000000\n}\n"),
+            ("SqlQuery", minus_one_and_half,
+             "duration.nanos: 500000000 does not have the sign of the seconds, -1",
+             "duration {\n  seconds: -1\n  nanos: 500000000\n}\n"),
+            ("Tarq.Error", before_time,
+             "timestamp.seconds: -9223372036854775808 is outside "
+             "-62135596800..253402300799",
+             "timestamp {\n  seconds: -9223372036854775808\n}\n"),
+        ]
+        for type_name, digits, reason, text in cases:
+            with self.subTest(reason):
+                given = bytes.fromhex(digits)
+                run = self.decode(given, type_name=type_name, code=BAD_DATA)
+                self.assertEqual(("", f"qmsg: standard input: JSON cannot represent it: {reason}; "
+                                      "--to text can\n"), (run.text, run.errors))
+                run = self.decode(given, "--to", "text", type_name=type_name)
+                self.assertEqual((text, ""), (run.text, run.errors))
+                encoded = self.run_tool("encode", "--type", type_name, "--from", "text",
+                                        given=text.encode())
+                self.assertEqual(given, encoded.bytes)
+
+    def test_refuses_times_in_a_stream_with_the_message(self):
+        # duration comes in two halves, which a parser merges.
+        content = bytes.fromhex("4a02" "0801" "4a0b" "1080b6ca91feffffffff01")
+        given = tool.delimited(tool.in_any("quor.protobuf.Tarq.SqlQuery", content),
+                               tool.in_any("quor.protobuf.Tarq.SqlQuery", SELECT_1))
+        run = self.run_tool("decode", "--framing", "any", "--compact", "--keep-going", given=given,
+                            code=BAD_DATA)
+        self.assertEqual('{"@type":"type.googleapis.com/quor.protobuf.Tarq.SqlQuery",'
+                         '"query":"SELECT 1"}\n', run.text)
+        self.assertEqual("qmsg: standard input: message 0 at offset 52: JSON cannot represent it: "
+                         "duration.nanos: -500000000 does not have the sign of the "
+                         "seconds, 1; --to text can\n", run.errors)
+
+    def test_takes_a_time_that_a_later_one_replaces(self):
+        # attr_list, a map, field 1 at 0: key 1; value, a QVal with tm_value, field 7, whose nanos are
+        # -1. The same key again at 23, with an empty value.
+        given = bytes.fromhex("0a15" "0801" "1211" "0807" "3a0d" "0801" "10ffffffffffffffffff01"
+                              "0a04" "0801" "1200")
+        run = self.decode(given, "--compact", type_name="AttrList")
+        self.assertEqual('{"attr_list":{"1":{}}}\n', run.text)
+
+    def test_prints_negative_durations(self):
+        # -1.5 s, and -0.5 s.
+        for digits, json in (("4a16" "08ffffffffffffffffff01" "1080b6ca91feffffffff01", "-1.500s"),
+                             ("4a0b" "1080b6ca91feffffffff01", "-0.500s")):
+            given = bytes.fromhex(digits)
+            text = self.decode(given, "--compact").text
+            self.assertEqual(f'{{"duration":"{json}"}}\n', text)
+            encoded = self.run_tool("encode", "--type", "SqlQuery", given=text.encode())
+            self.assertEqual(given, encoded.bytes)
 
 
 class BadMessage(tool.ToolTest):
@@ -89,19 +142,19 @@ class BadMessage(tool.ToolTest):
         return self.run_tool("decode", "--type", "SqlQuery", "--framing", "delimited", "--compact",
                              *arguments, given=given, code=BAD_DATA)
 
-    def test_in_a_stream_is_told_with_its_index_and_offset_and_ends_it(self):
+    def test_in_a_stream_is_reported_with_its_index_and_offset_and_ends_it(self):
         run = self.decode()
         self.assertEqual('{"query":"SELECT 1"}\n', run.text)
-        self.assertEqual("qmsg: standard input: message 1 at offset 12: no "
+        self.assertEqual("qmsg: standard input: message 1 at offset 12: not a valid "
                          "quor.protobuf.Tarq.SqlQuery: offset 13, query: a length of 9 bytes, but "
                          "the message has only 0 left\n", run.errors)
 
-    def test_is_left_out_when_told_to_keep_going(self):
+    def test_is_skipped_with_keep_going(self):
         run = self.decode("--keep-going")
         self.assertEqual('{"query":"SELECT 1"}\n' * 2, run.text)
         self.assertIn("message 1 at offset 12", run.errors)
 
-    def test_ends_one_file_and_not_the_others_when_told_to_keep_going(self):
+    def test_with_a_bad_length_ends_only_its_file_with_keep_going(self):
         self.file("cut.bin", self.STREAM[:-1])
         self.file("good.bin", tool.delimited(SELECT_1))
         run = self.decode("--keep-going", "cut.bin", "good.bin")
@@ -109,17 +162,17 @@ class BadMessage(tool.ToolTest):
         self.assertIn("qmsg: cut.bin: message 2 at offset 15: its length is 10 bytes, but the input "
                       "has only 9 left\n", run.errors)
 
-    def test_cannot_be_passed_over_where_there_is_no_length(self):
+    def test_cannot_be_skipped_without_a_valid_length(self):
         cases = [
-            (b"\xff" * 5, "message 0 at offset 0: there is no length of a message"),
-            (b"\x80\x80\x80\x80\x08", "message 0 at offset 0: there is no length of a message"),
-            (b"\x80", "message 0 at offset 0: the input ends inside of its length"),
+            (b"\xff" * 5, "message 0 at offset 0: not a valid message length"),
+            (b"\x80\x80\x80\x80\x08", "message 0 at offset 0: not a valid message length"),
+            (b"\x80", "message 0 at offset 0: the input ends inside its length"),
         ]
         for given, expected in cases:
             with self.subTest(given):
                 self.assertIn(expected, self.decode("--keep-going", given=given).errors)
 
-    def test_of_a_long_length_takes_no_memory_before_there_are_bytes(self):
+    def test_with_a_huge_length_does_not_allocate_it(self):
         given = b"\xff\xff\xff\xff\x07" + b"x"  # 2^31 - 1
         run = self.run_tool(
             "decode", "--type", "SqlQuery", "--framing", "delimited", given=given, code=BAD_DATA,
@@ -127,15 +180,15 @@ class BadMessage(tool.ToolTest):
                 resource.RLIMIT_AS, (1 << 30, 1 << 30)))
         self.assertIn("its length is 2147483647 bytes, but the input has only 1 left", run.errors)
 
-    def test_that_is_no_any_or_of_no_type_of_the_schema_is_told(self):
+    def test_that_is_not_an_any_of_a_schema_type_is_reported(self):
         cases = [
-            (b"\x0a\x05", "no google.protobuf.Any: offset 2, type_url: a length of 5 bytes"),
-            (b"\x12\x00", "the google.protobuf.Any names no type; is the framing right?"),
+            (b"\x0a\x05", "not a valid google.protobuf.Any: offset 2, type_url: a length of 5 bytes"),
+            (b"\x12\x00", "the google.protobuf.Any does not name its type; is the framing right?"),
             (tool.in_any("quor.Nothing", b""),
-             "the type 'type.googleapis.com/quor.Nothing' is none of the schema's"),
+             "the schema has no type 'type.googleapis.com/quor.Nothing'"),
             # The runtime has it.
             (tool.in_any("google.protobuf.Struct", b""),
-             "the type 'type.googleapis.com/google.protobuf.Struct' is none of the schema's"),
+             "the schema has no type 'type.googleapis.com/google.protobuf.Struct'"),
         ]
         for message, expected in cases:
             with self.subTest(expected):

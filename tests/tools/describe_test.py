@@ -1,4 +1,4 @@
-"""What is said about each element, against values worked out by hand and what protoc tells."""
+"""The description of each element, against values worked out by hand and the output of protoc."""
 
 import json
 import os
@@ -7,6 +7,7 @@ import unittest
 
 from google.protobuf.descriptor import FieldDescriptor
 
+import reference
 import tool
 from support import enums, messages, output_of, qmsg, schema_files
 
@@ -21,14 +22,6 @@ def wire_type(field):
     if field.type == FieldDescriptor.TYPE_DOUBLE:
         return 1, "64-bit"
     return 2, "length-delimited"
-
-
-def varint(value):
-    data = bytearray()
-    while value > 0x7f:
-        data.append(value & 0x7f | 0x80)
-        value >>= 7
-    return bytes(data + bytes([value]))
 
 
 def data_of(name):
@@ -65,7 +58,8 @@ class ByHand(unittest.TestCase):
 field quor.protobuf.Tarq.SqlQuery.flags
   in quor.protobuf.Tarq.SqlQuery, tarq.proto
 
-  A bit set. Which bit means what is the writer's choice.
+  Bit flags of the statement. The writer defines the bits. 0: no bit set or not
+  recorded.
 
 Field
     7  flags  uint64
@@ -75,7 +69,7 @@ Field
     def test_a_field_of_a_oneof(self):
         field, = data_of("Value.double_value")["fields"]
         comment = field.pop("comment")
-        self.assertEqual(comment, "With DOUBLE.")
+        self.assertEqual(comment, "Goes with DOUBLE. Absent: `value` holds another member or none.")
         # 6 * 8 + 1 = 0x31
         self.assertEqual(field, {
             "name": "double_value", "full_name": "quor.protobuf.Config.Value.double_value",
@@ -103,8 +97,8 @@ Field
 
 Values of quor.protobuf.Tarq.Error.Severity
     0  EXCEPTION
-       An exception that was thrown. As the zero value it is never on the wire,
-       so an error whose severity was not set reads as this one.
+       An exception. The zero value, which is not written: an error whose
+       severity was never set reads as this one.
     1  NOTICE
 """, output)
 
@@ -118,25 +112,26 @@ message quor.protobuf.Tarq.SqlTransaction
 Fields
     1  ident  uint32
        tag 08, varint; presence implicit: 0 is not written
-       Number of the transaction within the request; SqlQuery and nested
-       transactions refer to it. Numbers are the writer's, and 0 is one of them.
+       Number of the transaction within the request, to which SqlQuery and
+       nested transactions refer. The writer chooses it. 0: number 0 or not
+       recorded.
     2  parent_id  uint32
        tag 10, varint; presence explicit, as a member of oneof parent
-       `ident` of the transaction around this one, 0 included. Nothing here
-       looks it up.
+       `ident` of the enclosing transaction, 0 included. The library does not
+       look it up. Absent: no enclosing transaction or not recorded.
     3  rows  int32
        tag 18, varint; presence implicit: 0 is not written
-       A number of rows; whether returned, changed or both is the writer's
-       choice.
+       A row count. The writer decides whether it counts rows returned, affected
+       or both. 0: zero or not recorded.
     4  duration  google.protobuf.Duration
        tag 22, length-delimited; presence explicit
-       How long the transaction took. Absent if not measured.
+       Elapsed time of the transaction. Absent: not recorded.
 
 Oneofs
   parent
        set or not: parent_id
-       Whether the transaction is nested. Not set means that it is an outermost
-       one.
+       Gives `parent_id` explicit presence: a reference to number 0 differs from
+       no reference.
 
 Used by
   quor.protobuf.Tarq.SqlTransactions.transactions
@@ -147,13 +142,13 @@ Used by
 enum quor.protobuf.CT.Header.DumpReason
   in quor.protobuf.CT.Header, codetrace.proto
 
-  What made the process write the dump.
+  Why a dump was taken.
 
 Values
     0  USER
-       A person asked for it. As the zero value it is never on the wire.
+       A user requested it. The zero value, which is not written.
     1  EVENT
-       An event set it off.
+       An event caused it.
     2  REQUEST
        It was taken for a request.
 
@@ -166,7 +161,7 @@ Used by
 enum value quor.protobuf.Monitor.Event.EventType.HighMemoryUsage
   in quor.protobuf.Monitor.Event.EventType, monitor.proto
 
-  The request used too much memory: goes with `memory_usage_bytes`.
+  High memory usage. Goes with `memory_usage_bytes`.
 
 Values of quor.protobuf.Monitor.Event.EventType
     3  HighMemoryUsage
@@ -184,23 +179,22 @@ file login.proto
   package quor.protobuf.Login
 
   The login handshake. Both messages have the same wire form, one string in
-  field 1, so bytes alone do not tell which of the two they are: the exchange
-  around them has to.
+  field 1: their bytes alone do not tell which of the two they hold.
 
 Messages
   quor.protobuf.Login.Login, 1 field
-       Says who is logging in.
+       Names the host that logs in.
   quor.protobuf.Login.Config, 1 field
-       Tells a peer one address.
+       Carries one URI.
 """)
 
-    def test_the_numbers_that_stay_unused(self):
+    def test_unused_numbers(self):
         self.assertIn("\nUnused numbers\n  4, 5\n", output_of("describe", "Tarq.Function"))
         unused = {message.name: numbers for message in messages()
                   if (numbers := data_of(message.full_name)["unused_numbers"])}
         self.assertEqual(unused, {"Function": [4, 5], "Error": [3]})
 
-    def test_where_a_message_is_used(self):
+    def test_uses_of_a_message(self):
         self.assertEqual(data_of("QVal")["used_by"], [
             "quor.protobuf.QuorPHP.SuperglobalValue.value",
             "quor.protobuf.QuorPHP.SuperglobalValue.old_value",
@@ -214,19 +208,19 @@ Messages
 
 A message of `tarq.proto`.
 
-Why a statement failed.
+The error of a failed SQL statement.
 
 | number | field | type | tag | wire type | presence | meaning |
 |---:|---|---|---|---|---|---|
 | 1 | `message` | `string` | `0a` | length-delimited | implicit: empty is not written \
-| The database's message, UTF-8. |
+| The database's error message, UTF-8. Empty: empty text or not recorded. |
 
 Used by `quor.protobuf.Tarq.SqlQuery.error`.
 """)
 
-    def test_signs_of_markdown_are_escaped_but_not_in_code(self):
-        output = output_of("describe", "SuperglobalValue", "--format", "markdown")
-        self.assertIn("such as $\\_SERVER, with", output)
+    def test_markdown_markup_is_escaped_except_in_code(self):
+        output = output_of("describe", "SuperglobalVariable", "--format", "markdown")
+        self.assertIn("such as $\\_SERVER.", output)
         self.assertIn("| `map<int32, quor.protobuf.QuorPHP.QVal>` |",
                       output_of("describe", "AttrList", "--format", "markdown"))
 
@@ -234,7 +228,7 @@ Used by `quor.protobuf.Tarq.SqlQuery.error`.
 class EveryElement(unittest.TestCase):
     """Against the descriptors of another implementation."""
 
-    def test_of_a_message_is_there_with_its_comment(self):
+    def test_of_a_message_is_described_with_its_comment(self):
         expected = comments()
         self.assertEqual(len(expected), 276)
         found = {}
@@ -262,7 +256,7 @@ class EveryElement(unittest.TestCase):
                     code, name = wire_type(field)
                     self.assertEqual(found["number"], field.number)
                     self.assertEqual(found["wire_type"], name)
-                    self.assertEqual(bytes.fromhex(found["tag"]), varint(field.number << 3 | code))
+                    self.assertEqual(bytes.fromhex(found["tag"]), reference.tag(field.number, code))
                     self.assertEqual(found["presence"],
                                      "explicit" if field.has_presence else "implicit")
                     oneof = field.containing_oneof
@@ -310,7 +304,7 @@ class CommandLine(unittest.TestCase):
         self.assertEqual((status, output), (2, ""))
         self.assertIn("yaml not in {text,json,markdown}", errors)
 
-    def test_a_full_disk_is_told(self):
+    def test_a_full_disk_is_reported(self):
         with open("/dev/full", "w", encoding="ascii") as full:
             result = subprocess.run([tool.PROGRAM, "describe", "SqlQuery"], stdout=full,
                                     stderr=subprocess.PIPE, text=True, check=False)
@@ -318,7 +312,7 @@ class CommandLine(unittest.TestCase):
                          (3, "qmsg describe: cannot write standard output: "
                              "No space left on device\n"))
 
-    def test_names_are_bold_on_a_terminal_that_wants_colour(self):
+    def test_names_are_bold_on_a_terminal_with_colours(self):
         def on_terminal(**environment):
             ours, its = tool.open_terminal()
             subprocess.run([tool.PROGRAM, "describe", "SqlError"], stdout=its, check=True,

@@ -1,4 +1,4 @@
-"""qmsg doctor: that it finds what is wrong with an installation, and survives it."""
+"""qmsg doctor finds the faults of an installation, and survives them."""
 
 import json
 import os
@@ -86,7 +86,7 @@ class Doctor(unittest.TestCase):
 
 
 class SoundInstallation(Doctor):
-    def test_is_found_sound_with_and_without_being_named(self):
+    def test_is_sound_with_and_without_arguments(self):
         for arguments in ((), (LIBRARY,), (LIBRARY, LIBRARY), (neighbour("plugin_one"),),
                           (LIBRARY, neighbour("plugin_one"), neighbour("plugin_two")),
                           (LIBRARY, neighbour("own_folder"))):
@@ -98,14 +98,14 @@ class SoundInstallation(Doctor):
                 self.one(findings, "load", "ok")
                 self.assertIn("3.21.12", self.one(findings, "runtime", "ok")["text"])
 
-    def test_is_told_with_version_path_and_soname(self):
+    def test_is_reported_with_version_path_and_soname(self):
         findings = self.findings(code=0)
         library = self.one(findings, "library", "ok")
         self.assertEqual(library["object"], LIBRARY)
         self.assertIn(f"is version {VERSION}, SONAME libqmsg.so.1", library["text"])
         self.assertIn(LIBRARY, self.one(findings, "tool", "ok")["text"])
 
-    def test_is_found_by_a_link_and_behind_an_odd_name(self):
+    def test_is_found_through_a_link_and_under_an_odd_name(self):
         # A line end, a colour, a byte that is no UTF-8, a control beyond ASCII, and a turn of direction.
         folder = self.scratch / "a folder: \n\x1b[31m \udcff\x9b1m \u202e\"quoted\""
         folder.mkdir()
@@ -125,7 +125,7 @@ class SoundInstallation(Doctor):
         self.assertIn("all 7 schema files are in the file",
                       self.one(findings, "schema", "ok")["text"])
 
-    def test_has_colours_on_a_terminal_only_if_they_are_welcome(self):
+    def test_has_colours_on_a_terminal_unless_no_color_is_set(self):
         for no_colour, wanted in (("", True), ("1", False)):
             leader, follower = tool.open_terminal()
             subprocess.run([tool.PROGRAM, "doctor", "--python", self.python], stdout=follower, check=True,
@@ -150,7 +150,7 @@ class Clash(Doctor):
             self.assertIn("Aborted", load["text"])
             self.assertIn("two objects have codetrace.proto", load["advice"])
 
-    def test_of_a_neighbour_is_found_as_loading_shows_it(self):
+    def test_of_a_plugin_is_found_as_loading_shows_it(self):
         cases = [
             # module        what the runtime says                what the advice begins with
             ("same_name",    FILE_EXISTS + "login.proto",         "keep your schema files in a folder"),
@@ -167,17 +167,17 @@ class Clash(Doctor):
                     self.assertIn(neighbour(name), names["text"])
                     self.assertTrue(names["advice"].startswith(advice), names)
 
-    def test_is_found_with_the_library_that_a_plugin_brings(self):
+    def test_is_found_with_the_library_that_a_plugin_loads(self):
         findings = self.findings(neighbour("plugin_one"), neighbour("same_content"), code=1)
         self.assertIn(LIBRARY, self.one(findings, "names", "error")["text"])
 
-    def test_is_found_where_no_symbol_shows_it(self):
+    def test_is_found_without_symbols(self):
         hidden = self.patched(b"descriptor_table_login_2eproto", b"x" * 30,
                               neighbour("same_content"))
         findings = self.findings("--no-load", LIBRARY, hidden, code=1)
         self.assertIn("login.proto is in", self.one(findings, "names", "error")["text"])
 
-    def test_that_crashes_later_is_told_where_both_show_their_tables(self):
+    def test_that_crashes_later_is_reported_if_both_export_their_tables(self):
         findings = self.findings("--no-load", LIBRARY, neighbour("same_name"), code=1)
         self.assertIn("crashes later", self.one(findings, "names", "error")["text"])
         hidden = self.patched(b"descriptor_table_login_2eproto", b"x" * 30, neighbour("same_name"))
@@ -186,7 +186,7 @@ class Clash(Doctor):
 
 
 class OtherLibrary(Doctor):
-    def test_of_another_content_is_refused(self):
+    def test_with_other_content_is_refused(self):
         other = self.patched(b"\x0a\x0blogin.proto\x12\x13quor.protobuf.Login",
                              b"\x0a\x0blogin.proto\x12\x13quor.protobuf.Lohin")
         findings = self.findings("--no-load", other, code=1)
@@ -204,7 +204,7 @@ class OtherLibrary(Doctor):
         schema = [f for f in findings if f["subject"] == "schema"]
         self.assertEqual([f["text"] for f in schema], ["not in the file: login.proto"])
 
-    def test_without_any_schema_file_is_warned_of(self):
+    def test_without_any_schema_file_is_a_warning(self):
         findings = self.findings(neighbour("own_folder"), code=1)
         self.assertIn("none of the 7", self.one(findings, "schema", "warning")["text"])
 
@@ -220,7 +220,7 @@ class OtherLibrary(Doctor):
         self.assertIn("libprotobuf.so.31: cannot open shared object file", load["text"])
         self.assertIn("LD_LIBRARY_PATH", load["advice"])
 
-    def test_of_another_soname_or_version_is_told(self):
+    def test_with_another_soname_or_version_is_reported(self):
         soname = self.patched(b"\0libqmsg.so.1\0", b"\0libqmsg.so.9\0")
         self.assertIn("SONAME libqmsg.so.9; this tool was built for libqmsg.so.1",
                       self.one(self.findings(soname, code=1), "library", "error")["text"])
@@ -231,7 +231,7 @@ class OtherLibrary(Doctor):
         self.assertIn("version unknown",
                       self.one(self.findings(unknown, code=0), "library", "ok")["text"])
 
-    def test_that_misses_symbols_of_its_host_is_noted_and_those_of_the_library_refused(self):
+    def test_that_lacks_symbols_of_its_host_is_noted_and_of_the_library_refused(self):
         findings = self.findings(LIBRARY, bad_object("NEEDS_HOST"), code=0)
         loads = [f for f in findings if f["subject"] == "load"]
         self.assertEqual([f["level"] for f in loads], ["note", "ok"])
@@ -244,7 +244,7 @@ class OtherLibrary(Doctor):
 
 
 class BadObject(Doctor):
-    def test_that_ends_the_process_is_told(self):
+    def test_that_ends_the_process_is_reported(self):
         for kind, how in (("ABORTS", "signal 6 (Aborted)"),
                           ("CRASHES", "signal 11 (Segmentation fault)"),
                           ("EXITS", "ended with status 0")):
@@ -253,7 +253,7 @@ class BadObject(Doctor):
                 self.assertEqual(load["object"], bad_object(kind))
                 self.assertIn(how, load["text"])
 
-    def test_that_never_comes_back_is_ended(self):
+    def test_that_never_returns_is_killed(self):
         for kind in ("LOOPS", "FLOODS"):
             with self.subTest(kind=kind):
                 begin = time.monotonic()
@@ -268,16 +268,16 @@ class BadObject(Doctor):
         self.assertLess(time.monotonic() - begin, 20)
         self.one(findings, "load", "ok")
 
-    def test_that_is_no_library_is_told(self):
+    def test_that_is_not_a_library_is_reported(self):
         library = pathlib.Path(LIBRARY).read_bytes()
         cases = [
             ("empty",    b"",                                        "is empty"),
-            ("text",     b"not a library\n",                         "is no ELF file"),
-            ("zeros",    bytes(5000),                                "is no ELF file"),
+            ("text",     b"not a library\n",                         "is not an ELF file"),
+            ("zeros",    bytes(5000),                                "is not an ELF file"),
             ("machine",  library[:18] + b"\xff\x00" + library[20:],  "is for another architecture"),
             ("class",    library[:4] + bytes([3 - library[4]]) + library[5:],
              "is for another architecture"),
-            ("relocatable", library[:16] + b"\x01" + library[17:],   "is no shared object"),
+            ("relocatable", library[:16] + b"\x01" + library[17:],   "is not a shared object"),
         ]
         for name, content, text in cases:
             with self.subTest(name=name):
@@ -289,14 +289,14 @@ class BadObject(Doctor):
         self.assertIn("is a program", self.one(self.findings(tool.PROGRAM, code=1), "library",
                                                "error")["text"])
 
-    def test_beside_a_good_one_does_not_hide_it(self):
+    def test_does_not_hide_a_good_one(self):
         text = self.scratch / "text"
         text.write_text("not a library")
         findings = self.findings(text, LIBRARY, code=1)
         self.one(findings, "load", "ok")
         self.one(findings, "schema", "ok")
 
-    def test_that_is_cut_off_is_told_wherever_it_ends(self):
+    def test_that_is_cut_off_anywhere_is_reported(self):
         size = os.path.getsize(LIBRARY)
         lengths = {*range(1, 128, 9), *range(128, 4096, 331), *range(4096, size, size // (15 if LARGE else 60)),
                    size - 1}
@@ -306,10 +306,10 @@ class BadObject(Doctor):
             os.truncate(path, length)
             with self.subTest(length=length):
                 text = self.one(self.findings(path, code=1), "library", "error")["text"]
-                wanted = "is no ELF file" if length < 4 else "is cut off"
+                wanted = "is not an ELF file" if length < 4 else "is cut off"
                 self.assertIn(wanted, text)
 
-    def test_whose_numbers_lead_out_of_it_is_told(self):
+    def test_with_offsets_beyond_its_end_is_reported(self):
         content = pathlib.Path(LIBRARY).read_bytes()
         if content[4] != 2:
             self.skipTest("the offsets below are those of 64 bits")
@@ -330,8 +330,8 @@ class BadObject(Doctor):
         loop = self.scratch / "loop"
         loop.symlink_to(loop)
         for path, reason in ((self.scratch / "missing", "No such file"),
-                             (self.scratch, "is a directory"), (fifo, "is no file"),
-                             ("/dev/zero", "is no file"), (loop, "cannot open"),
+                             (self.scratch, "is a directory"), (fifo, "is not a regular file"),
+                             ("/dev/zero", "is not a regular file"), (loop, "cannot open"),
                              ("", "cannot open")):
             with self.subTest(path=path):
                 result = self.run_tool(path, LIBRARY)
@@ -365,7 +365,7 @@ class Python(Doctor):
         return self.one(self.findings(*arguments, python=self.script(script, "judged"),
                                       code=0 if level in ("ok", "note") else 1), "python", level)
 
-    def test_that_runs_the_tests_is_told_as_it_is(self):
+    def test_that_runs_the_tests_is_reported_as_it_is(self):
         findings = self.findings(python=sys.executable, code=0)
         python = [f for f in findings if f["subject"] == "python"][0]
         self.assertIn(python["level"], ("ok", "note"))
@@ -375,17 +375,17 @@ class Python(Doctor):
         self.assertIn(f"with protobuf {google.protobuf.__version__} ({api_implementation.Type()})",
                       python["text"])
 
-    def test_that_is_not_there_is_no_fault(self):
+    def test_that_is_missing_is_not_a_fault(self):
         result = self.run_tool(PATH=str(self.scratch))
         self.assertEqual(result.returncode, 0, result)
         self.assertIn(b"there is no python3 in PATH", result.stdout)
 
-    def test_that_was_named_and_is_not_there_ends_with_3(self):
+    def test_that_was_named_and_is_missing_ends_with_3(self):
         result = self.run_tool("--python", self.scratch / "none")
         self.assertEqual((result.returncode, result.stdout), (3, b""))
         self.assertIn(b"No such file", result.stderr)
 
-    def test_is_judged_by_what_it_has(self):
+    def test_is_judged_by_its_packages(self):
         protobuf = "echo python 3.11.2; echo protobuf 4.21.12; echo type "
         cases = [
             ("echo python 3.11.2",                             "note", "without protobuf"),
@@ -402,7 +402,7 @@ class Python(Doctor):
             with self.subTest(script=script):
                 self.assertIn(text, self.judge(script, level=level)["text"])
 
-    def test_that_hangs_is_ended(self):
+    def test_that_hangs_is_killed(self):
         found = self.judge("sleep 50", "--timeout", "1", level="warning")
         self.assertIn("did not end within 1 s", found["text"])
 

@@ -1,4 +1,4 @@
-"""JSON and text become bytes, and what is wrong with them is told with its place."""
+"""qmsg encode turns JSON and text into bytes, and reports faults with their place."""
 
 import unittest
 
@@ -11,13 +11,13 @@ class Encode(tool.ToolTest):
         return self.run_tool("encode", "--type", "SqlQuery", *arguments, given=given.encode(),
                              code=code)
 
-    def test_takes_json_with_the_schema_s_names_or_those_of_json(self):
+    def test_accepts_the_names_of_the_schema_and_of_json(self):
         for given in ('{"query": "SELECT 1"}', ' { "query":"SELECT 1" } \n'):
             self.assertEqual(SELECT_1, self.encode(given).bytes)
         for given in ('{"connection_id": 0}', '{"connectionId": 0}'):
             self.assertEqual(bytes.fromhex("1000"), self.encode(given).bytes)
 
-    def test_takes_text(self):
+    def test_accepts_text(self):
         self.assertEqual(SELECT_1, self.encode('query: "SELECT 1"', "--from", "text").bytes)
         self.assertEqual(b"", self.encode("", "--from", "text").bytes)
 
@@ -41,7 +41,7 @@ class Encode(tool.ToolTest):
             self.assertEqual(tool.delimited(SELECT_1, b"", b"\x30\x01"), run.bytes)
         self.assertEqual(b"", self.encode("", "--framing", "delimited").bytes)
 
-    def test_takes_braces_and_quotes_in_strings_for_what_they_are(self):
+    def test_ignores_braces_and_quotes_in_strings(self):
         run = self.encode(r'{"query":"}{\"\\"}{"query":"]"}', "--framing", "delimited")
         self.assertEqual(tool.delimited(b"\x2a\x04}{\"\\", b"\x2a\x01]"), run.bytes)
 
@@ -53,14 +53,14 @@ class Encode(tool.ToolTest):
 
     def test_says_where_the_text_is_wrong(self):
         cases = [
-            ("json", "none", '{"qury": 1}', "the JSON value from line 1 is no quor.protobuf.Tarq.SqlQuery: qury: Cannot find field"),
-            ("json", "none", "", "the JSON value from line 1 is no quor.protobuf.Tarq.SqlQuery: "),
+            ("json", "none", '{"qury": 1}', "the JSON value at line 1 is not a valid quor.protobuf.Tarq.SqlQuery: qury: Cannot find field"),
+            ("json", "none", "", "the JSON value at line 1 is not a valid quor.protobuf.Tarq.SqlQuery: "),
             ("json", "none", '{"query": ', "Unexpected end of string"),
-            ("json", "none", "{} {}", "the JSON value from line 1"),
-            ("json", "delimited", '{}\n\n{"a" 1}', "message 1: the JSON value from line 3 is no quor.protobuf.Tarq.SqlQuery: Expected : between key:value pair"),
-            ("json", "delimited", "{}\nquery", "message 1: the JSON value from line 2"),
-            ("text", "none", "status: 1\nquery: 5", "no quor.protobuf.Tarq.SqlQuery: line 2, column 8: Expected string, got: 5"),
-            ("text", "delimited", "---\nstatus: 1\n---\nquery: 5", "message 2: no quor.protobuf.Tarq.SqlQuery: line 4, column 8"),
+            ("json", "none", "{} {}", "the JSON value at line 1"),
+            ("json", "delimited", '{}\n\n{"a" 1}', "message 1: the JSON value at line 3 is not a valid quor.protobuf.Tarq.SqlQuery: Expected : between key:value pair"),
+            ("json", "delimited", "{}\nquery", "message 1: the JSON value at line 2"),
+            ("text", "none", "status: 1\nquery: 5", "not a valid quor.protobuf.Tarq.SqlQuery: line 2, column 8: Expected string, got: 5"),
+            ("text", "delimited", "---\nstatus: 1\n---\nquery: 5", "message 2: not a valid quor.protobuf.Tarq.SqlQuery: line 4, column 8"),
         ]
         for form, framing, given, expected in cases:
             with self.subTest(given):
@@ -68,7 +68,7 @@ class Encode(tool.ToolTest):
                 self.assertIn("qmsg encode: standard input: ", run.errors)
                 self.assertIn(expected, run.errors)
 
-    def test_writes_what_came_before_the_fault(self):
+    def test_writes_the_messages_before_the_fault(self):
         run = self.encode('{"query":"SELECT 1"}{"a":1}', "--framing", "delimited", code=BAD_DATA)
         self.assertEqual(tool.delimited(SELECT_1), run.bytes)
 

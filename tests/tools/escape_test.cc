@@ -1,4 +1,4 @@
-// What of a text reaches a terminal.
+// Foreign text is escaped before it reaches a terminal.
 #include "io/escape.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-"""The command lines that the help shows do what they say, as they stand."""
+"""The example command lines of the help run as they are."""
 
 import os
 import pathlib

@@ -1,5 +1,5 @@
-"""The tool reads and writes what the golden bytes say, what another implementation says of random
-messages, and what protoc does."""
+"""The tool agrees with the golden bytes, with the reference implementation on random messages, and
+with protoc."""
 
 import collections
 import itertools
@@ -27,8 +27,8 @@ def by_type(messages):
 
 
 def as_text_has_it(message, form):
-    """Changes the doubles that text cannot tell apart: NaN has no bits of its own, and the runtime
-    reads "-0" of JSON as 0."""
+    """Changes the doubles that text cannot represent: every NaN becomes the same, and the runtime
+    reads "-0" in JSON as 0."""
     for number, value in message.values.items():
         if reference.SCHEMA.messages[message.type][number].type == "double":
             (double,) = struct.unpack("<d", value)
@@ -106,7 +106,7 @@ class EncodeOfDecode(tool.ToolTest):
 
 
 class Refusal(tool.ToolTest):
-    def test_of_the_golden_bytes_that_are_refused_and_of_no_others(self):
+    def test_of_the_refused_golden_bytes_only(self):
         for type_name, cases in by_type((case.type, case) for case in vectors.load_all()):
             stream = self.file("stream", tool.delimited(*(case.bytes for case in cases)))
             run = tool.Run(["decode", "--type", type_name, "--framing", "delimited", "--to", "text",
@@ -116,7 +116,7 @@ class Refusal(tool.ToolTest):
                     self.assertEqual(bool(case.refused),
                                      f"stream: message {index} at offset" in "".join(
                                          line for line in run.errors.splitlines()
-                                         if ": no quor." in line))
+                                         if ": not a valid quor." in line))
 
 
 class Protoc(tool.ToolTest):

@@ -1,4 +1,4 @@
-"""What `qmsg guess` says of bytes by hand, and how often it is right about messages of every type."""
+"""`qmsg guess` on bytes written by hand, and its accuracy on messages of every type."""
 
 import json
 import os
@@ -8,10 +8,10 @@ import textwrap
 import unittest
 from concurrent import futures
 
-from plausible import Maker, types
+from realistic_messages import Maker, types
 from tool import qmsg
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "interchange"))
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "implementations/reference"))
 # pylint: disable=wrong-import-position
 import reference
 import vectors
@@ -59,10 +59,10 @@ class Text(unittest.TestCase):
                1     -2  quor.protobuf.Tarq.SqlQueries
                            all 4 fields declared; 2 texts; 1 message inside; 9 absent inside
             """, """
-            qmsg: 9 types cannot be it, 39 types less likely; --all shows them
+            qmsg: 9 types impossible, 39 types less likely; --all shows them
             """)
 
-    def test_of_types_that_bytes_do_not_tell_apart_and_of_such_that_are_equally_likely(self):
+    def test_of_equivalent_and_of_equally_likely_types(self):
         # A number of a size that no bool has, in field 2.
         self.check("10 64", """
             rank  score  type
@@ -81,7 +81,7 @@ class Text(unittest.TestCase):
                1      8  quor.protobuf.Tarq.StorageData
                          quor.protobuf.Tarq.RequestHeaders
                          quor.protobuf.Tarq.ResponseHeaders
-                           cannot be told apart by their bytes
+                           these types have the same wire format
                            all 2 fields declared; 2 texts
                4      6  quor.protobuf.Tarq.Storage
                            all 2 fields declared; 2 texts; 1 absent field
@@ -89,27 +89,27 @@ class Text(unittest.TestCase):
                            all 2 fields declared; 2 texts; 1 absent field
                          these of rank 4 are equally likely
             """, """
-            qmsg: 21 types cannot be it, 23 types less likely; --all shows them
+            qmsg: 21 types impossible, 23 types less likely; --all shows them
             """)
 
-    def test_of_nothing(self):
+    def test_of_an_empty_input(self):
         self.check("", """
-            Every type can be it: without bytes, a message has no fields.
+            Every type is possible: an empty input is a message without fields.
             """, """
             qmsg: 'standard input' is empty: a message without fields
             """)
         self.assertEqual(1, len({each["rank"] for each in guess(b"")["candidates"]}))
         self.assertEqual(ALL, len(of_rank(guess(b""), 1)))
 
-    def test_of_what_no_type_can_be(self):
+    def test_of_bytes_that_are_not_valid_for_any_type(self):
         status, output, errors = qmsg("guess", stdin=b"\x07")
         self.assertEqual((1, ""), (status, output))
-        self.assertEqual("qmsg: 49 types cannot be it; --all shows them\n", errors)
+        self.assertEqual("qmsg: 49 types impossible; --all shows them\n", errors)
         _, _, errors = qmsg("guess", "--all", stdin=b"\x07")
         self.assertEqual(ALL, errors.count("qmsg: not quor.protobuf."))
         self.assertIn("qmsg: not quor.protobuf.JQ.Result: offset 0: wire type 7 in the tag", errors)
 
-    def test_of_what_fits_none(self):
+    def test_of_bytes_that_fit_no_type_well(self):
         _, output, errors = qmsg("guess", stdin=bytes.fromhex("f80101"))
         self.assertIn("1 unknown field", output)
         self.assertIn("qmsg: no type fits well\n", errors)
@@ -135,7 +135,7 @@ class Evidence(unittest.TestCase):
             ("JQ.Result", "08 01", "1 flag", "08 02", "1 number too large for its type"),
             ("JQ.Result", "08 01", "1 flag", "08 00",
              "1 zero or empty text that need not be written"),
-            ("Tarq.RawPostData", "18 02 22 02 4142", "1 body as long as declared",
+            ("Tarq.RawPostData", "18 02 22 02 4142", "1 body of its declared length",
              "18 02 22 00", "1 zero or empty text that need not be written"),
             ("QuorPHP.PhpVersion", "08 08 10 02", "all 2 fields declared",
              "10 02 08 08", "1 field out of order"),
@@ -157,8 +157,8 @@ class Evidence(unittest.TestCase):
             ("QuorPHP.RShutdownData", "12 06 10 ff93ebdc03", "1 duration",
              "12 06 10 8094ebdc03", "1 time out of range"),
             # 1.0 and 1e300.
-            ("QuorPHP.QVal", "08 05 29 000000000000f03f", "1 double of a usual size",
-             "08 05 29 9c7500883ce4377e", "1 double of an unusual size"),
+            ("QuorPHP.QVal", "08 05 29 000000000000f03f", "1 double of a usual magnitude",
+             "08 05 29 9c7500883ce4377e", "1 double of an unusual magnitude"),
         )
         for name, good, reason, bad, against in pairs:
             with self.subTest(name=name, good=good, bad=bad):
@@ -168,13 +168,13 @@ class Evidence(unittest.TestCase):
                 self.assertGreater(candidate(hand(good), name)["score"],
                                    candidate(hand(bad), name)["score"])
 
-    def test_of_a_type_that_does_not_parse_is_its_fault(self):
+    def test_against_a_type_that_does_not_parse_is_the_fault(self):
         result = hand("0a 01 ff")
-        self.assertEqual("offset 2, hostname: byte 0xff is no valid UTF-8 there",
+        self.assertEqual("offset 2, hostname: byte 0xff is not valid UTF-8",
                          next(each["reason"] for each in result["out"]
                               if each["type"] == "quor.protobuf.Login.Login"))
 
-    def test_the_more_of_a_type_is_there_the_likelier_it_is(self):
+    def test_for_a_type_grows_with_its_fields(self):
         self.assertEqual({"Login.Login", "Login.Config", "Tarq.SqlError"},
                          of_rank(hand("0a 03 616263"), 1))
 
@@ -192,10 +192,10 @@ class Streams(unittest.TestCase):
     def test_one_bad_message_rules_a_type_out(self):
         out = hand("03 0a0141 03 0a01ff", "--framing", "delimited")["out"]
         self.assertIn({"type": "quor.protobuf.Login.Login",
-                       "reason": "message 1, offset 7, hostname: byte 0xff is no valid UTF-8 there"},
+                       "reason": "message 1, offset 7, hostname: byte 0xff is not valid UTF-8"},
                       out)
 
-    def test_messages_that_name_their_types_count_for_these(self):
+    def test_messages_that_name_their_types_count_for_them(self):
         def frame(name, content):
             url = f"x/quor.protobuf.{name}".encode()
             any_of_it = b"\x0a" + reference.length_delimited(url) + b"\x12" + \
@@ -222,7 +222,7 @@ class Streams(unittest.TestCase):
     def test_hexadecimal_digits_give_a_hint(self):
         self.assertEqual("looks like hexadecimal digits: --in hex", guess(b"2a01\n41")["hint"])
 
-    def test_a_message_gives_none(self):
+    def test_a_message_gives_no_hint(self):
         self.assertNotIn("hint", hand("2a 08 53454c4543542031"))
 
 
@@ -284,7 +284,7 @@ class WrongUse(unittest.TestCase):
     def test_an_unknown_framing(self):
         self.assertEqual(2, qmsg("guess", "--framing", "lines")[0])
 
-    def test_a_file_that_is_not_there(self):
+    def test_a_missing_file(self):
         self.assertEqual(3, qmsg("guess", os.devnull + "/nothing")[0])
 
 

@@ -3,15 +3,15 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "../contract/expected_bytes.h"
-#include "../contract/fill.h"
-#include "../differential/inputs.h"
-#include "../fuzz/mutate.h"
+#include "differential/inputs.h"
+#include "support/expected_bytes.h"
+#include "support/fill.h"
+#include "support/mutate.h"
 
 namespace tools_test {
 namespace {
 
-// Of each filling of each message type.
+// For each filling of each message type.
 constexpr int kMutations = QMSG_MUTATIONS;
 constexpr std::size_t kMostAdded = 200;
 

@@ -4,7 +4,7 @@
 #include <functional>
 #include <string>
 
-#include "../contract/prototypes.h"
+#include "support/prototypes.h"
 
 namespace tools_test {
 

@@ -1,4 +1,4 @@
-// JSON as RFC-conforming readers take it, written out by hand.
+// The writer produces the JSON of RFC 8259; expected values are written by hand.
 
 #include "io/json.h"
 
@@ -19,7 +19,7 @@ std::string Text(const std::string& text) {
 
 std::string Number(double number) { return JsonWriter(Style::kCompact).Number(number).text(); }
 
-TEST(JsonWriter, PartsElementsByCommasAndKeysByColons) {
+TEST(JsonWriter, SeparatesElementsByCommasAndKeysByColons) {
   JsonWriter json(Style::kCompact);
   json.BeginObject().Key("a").BeginArray().Number(1).Number(2).EndArray();
   json.Key("b").BeginObject().EndObject().Key("c").Null().Key("d").Bool(false).EndObject();
@@ -33,7 +33,7 @@ TEST(JsonWriter, IndentsByTwoSpacesALevelIfPretty) {
   EXPECT_EQ(json.text(), "{\n  \"a\": [\n    1,\n    \"x\"\n  ],\n  \"b\": []\n}");
 }
 
-TEST(JsonWriter, EscapesWhatStringsCannotHold) {
+TEST(JsonWriter, EscapesCharactersThatStringsCannotHold) {
   struct Case {
     const char* what;
     std::string text;
@@ -55,7 +55,7 @@ TEST(JsonWriter, EscapesWhatStringsCannotHold) {
   EXPECT_EQ(json.text(), R"({"\"":null})") << "keys";
 }
 
-TEST(JsonWriter, ReplacesBytesThatAreNoUtf8) {
+TEST(JsonWriter, ReplacesBytesThatAreNotUtf8) {
   struct Case {
     const char* what;
     std::string text;

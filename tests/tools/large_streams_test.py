@@ -1,4 +1,4 @@
-"""Streams are read in the memory of their largest message."""
+"""Reading a stream takes the memory of its largest message."""
 
 import json
 import os
@@ -11,7 +11,7 @@ import tool
 MEGABYTE = 1 << 20
 # A message of some 64 KB: SqlQueries, whose field 2 are queries, whose field 5 is the text.
 QUERY = b"\x2a\x78" + b"SELECT * FROM accounts WHERE id = 1;".ljust(120)
-MESSAGE = (b"\x12" + tool.varint(len(QUERY)) + QUERY) * 520
+MESSAGE = tool.tagged(2, QUERY) * 520
 BLOCK = tool.delimited(MESSAGE) * 16
 
 

@@ -21,7 +21,7 @@ class Man(unittest.TestCase):
             self.skipTest("there is no mandoc")
         self.page = output_of("man")
 
-    def test_has_nothing_that_mandoc_warns_of(self):
+    def test_is_clean_for_mandoc(self):
         with tempfile.NamedTemporaryFile("w", suffix=".1") as file:
             file.write(self.page)
             file.flush()
@@ -49,7 +49,7 @@ class Man(unittest.TestCase):
             self.assertIn(command_help.splitlines()[0], words)
 
     def test_shows_choices_and_defaults(self):
-        self.assertIn("--format text|json|markdown What to write. Default: text.",
+        self.assertIn("--format text|json|markdown Format of the output; default: text.",
                       " ".join(rendered(self.page).split()))
 
     def test_shows_special_characters_as_they_are(self):
@@ -57,7 +57,7 @@ class Man(unittest.TestCase):
         self.assertIn("\\-\\-format", self.page)
         self.assertNotRegex(self.page, r"(?m)^'")
 
-    def test_is_the_same_on_any_day(self):
+    def test_does_not_depend_on_the_day(self):
         self.assertEqual(self.page, output_of("man"))
         self.assertEqual(len(re.findall(r"\d{4}-\d\d-\d\d", self.page)), 1)
         self.assertRegex(self.page, r'^\.TH QMSG 1 \d{4}-\d\d-\d\d "qmsg \d+\.\d+\.\d+" ')

@@ -1,4 +1,4 @@
-// What is judged is the message that a parser makes of the bytes.
+// The check judges the message that a parser reads from the bytes.
 #include "check/message_check.h"
 
 #include <google/protobuf/stubs/logging.h>
@@ -22,7 +22,7 @@ struct Checked {
 };
 
 Checked Check(const std::string& bytes, const google::protobuf::Descriptor* type,
-              qmsg::NodePool& pool) {
+              qmsg::ParsedMessagePool& pool) {
   Checked checked;
   qmsg::Findings findings(
       [&checked](const qmsg::Finding& finding) { checked.findings.push_back(finding); });
@@ -30,7 +30,7 @@ Checked Check(const std::string& bytes, const google::protobuf::Descriptor* type
   return checked;
 }
 
-// What does not depend on how the message was written.
+// Findings that do not depend on how the message was written.
 std::vector<std::string> AboutTheContent(const Checked& check) {
   static constexpr std::array<const qmsg::Rule*, 3> kAboutTheBytes{
       &qmsg::rules::kRepeatedSingular, &qmsg::rules::kUnknownField, &qmsg::rules::kWireType};
@@ -52,9 +52,9 @@ bool HasError(const std::vector<qmsg::Finding>& findings) {
   });
 }
 
-TEST(MessageCheck, FindsInAnyBytesWhatItFindsInTheMessageThatIsReadFromThem) {
+TEST(MessageCheck, FindsTheSameInAnyBytesAndInTheMessageParsedFromThem) {
   const google::protobuf::LogSilencer silencer;
-  qmsg::NodePool pool;
+  qmsg::ParsedMessagePool pool;
   std::size_t with_findings = 0;
   tools_test::ForEachInput([&](const Message& prototype, const std::string& bytes) {
     const google::protobuf::Descriptor* type = prototype.GetDescriptor();

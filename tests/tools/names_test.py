@@ -1,4 +1,4 @@
-"""What names mean, and what is said when they mean nothing or too much."""
+"""Names of elements: full, abbreviated, unknown and ambiguous ones."""
 
 import json
 import unittest
@@ -47,12 +47,12 @@ REFUSALS = [
                            "quor.protobuf.Tarq.SqlQuery.error"),
     ("tarq.prot", "nothing is called 'tarq.prot'; nearest: tarq.proto, "
                   "quor.protobuf.Tarq.Error"),
-    ("proto", "nothing is called 'proto'; 'qmsg types' lists what there is"),
+    ("proto", "nothing is called 'proto'; 'qmsg types' lists all types"),
     ("Query", "nothing is called 'Query'; nearest: quor.protobuf.Tarq.SqlQuery.query, "
               "quor.protobuf.JQ.Queue"),
-    ("xyzzy", "nothing is called 'xyzzy'; 'qmsg types' lists what there is"),
-    ("", "nothing is called ''; 'qmsg types' lists what there is"),
-    (".", "nothing is called '.'; 'qmsg types' lists what there is"),
+    ("xyzzy", "nothing is called 'xyzzy'; 'qmsg types' lists all types"),
+    ("", "nothing is called ''; 'qmsg types' lists all types"),
+    (".", "nothing is called '.'; 'qmsg types' lists all types"),
     ("a name\nof two lines", "nothing is called"),
 ]
 
@@ -62,17 +62,17 @@ def described(name):
 
 
 class Names(unittest.TestCase):
-    def test_mean_what_ends_with_them(self):
+    def test_find_the_element_that_ends_with_them(self):
         for name, meaning in MEANINGS:
             with self.subTest(name):
                 self.assertEqual(described(name), meaning)
 
-    def test_in_full_mean_what_they_name(self):
+    def test_in_full_find_their_element(self):
         for element in messages() + enums():
             with self.subTest(element.full_name):
                 self.assertEqual(described(element.full_name), element.full_name)
 
-    def test_that_mean_nothing_or_too_much_are_refused_with_what_comes_near(self):
+    def test_that_are_unknown_or_ambiguous_are_refused_with_suggestions(self):
         for name, reason in REFUSALS:
             with self.subTest(name):
                 status, output, errors = qmsg("describe", name)
@@ -81,7 +81,7 @@ class Names(unittest.TestCase):
                 if "\n" not in name:
                     self.assertEqual(errors, f"qmsg describe: {reason}\n")
 
-    def test_that_mean_more_than_five_are_counted(self):
+    def test_with_more_than_five_suggestions_are_counted(self):
         fields = [field.full_name for message in messages() for field in message.fields
                   if field.name == "queue_id"]
         _, _, errors = qmsg("describe", "queue_id")

@@ -1,4 +1,4 @@
-"""A stream is counted: messages, sizes, fields."""
+"""qmsg stats counts messages, sizes and fields."""
 
 import json
 import unittest
@@ -34,7 +34,7 @@ largest messages
             0          1            12  quor.protobuf.Tarq.SqlQuery, standard input
 """, self.stats().text)
 
-    def test_counts_what_lies_inside_with_the_field_around_it(self):
+    def test_counts_nested_fields_with_their_enclosing_field(self):
         # queries, field 2, twice: SELECT 1; and an error with a message of three bytes.
         given = b"\x12\x0a" + SELECT_1 + b"\x12\x07" + b"\x42\x05" + b"\x0a\x03abc"
         rows = json.loads(self.stats("--json", given=given, framing="none",
@@ -44,7 +44,7 @@ largest messages
                           {"path": "queries.error", "bytes": 7, "occurrences": 1},
                           {"path": "queries.error.message", "bytes": 5, "occurrences": 1}], rows)
 
-    def test_takes_types_apart(self):
+    def test_separates_types(self):
         given = tool.delimited(tool.in_any("quor.protobuf.Tarq.SqlQuery", SELECT_1),
                                tool.in_any("quor.protobuf.Login.Login", b"\x0a\x01h"))
         found = json.loads(self.stats("--json", given=given, framing="any", type_name=None).text)
@@ -59,19 +59,19 @@ largest messages
         self.assertEqual((2, 52, 101, 102),
                          (found["min"], found["median"], found["p99"], found["max"]))
 
-    def test_names_as_many_large_messages_as_asked_for(self):
+    def test_lists_the_given_number_of_large_messages(self):
         for count, expected in (("0", []), ("2", [0, 2])):
             found = json.loads(self.stats("--json", "--largest", count).text)["largest"]
             self.assertEqual(expected, [one["message"] for one in found])
 
-    def test_counts_nothing_of_a_bad_message(self):
+    def test_does_not_count_a_bad_message(self):
         # The second message has a good field before the bad one.
         given = tool.delimited(SELECT_1, b"\x30\x01\x2a\x05", SELECT_1)
         run = self.stats("--json", "--keep-going", given=given, code=BAD_DATA)
         found = json.loads(run.text)["types"][0]
         self.assertEqual((2, 20), (found["messages"], found["bytes"]))
         self.assertEqual([{"path": "query", "bytes": 20, "occurrences": 2}], found["fields"])
-        self.assertIn("message 1 at offset 12: no quor.protobuf.Tarq.SqlQuery: offset 15, query: a "
+        self.assertIn("message 1 at offset 12: not a valid quor.protobuf.Tarq.SqlQuery: offset 15, query: a "
                       "length of 5 bytes", run.errors)
 
     def test_counts_the_messages_of_all_files(self):

@@ -1,4 +1,4 @@
-"""What the tests of what the tool says about itself and the schema share."""
+"""Shared by the tests of help, completion, manual page and schema descriptions."""
 
 import os
 import pathlib

@@ -1,4 +1,4 @@
-"""What people see: the tool on a terminal."""
+"""The tool on a terminal."""
 
 import os
 import subprocess
@@ -32,9 +32,9 @@ class Terminal(tool.ToolTest):
         self.file("in.json", b"{}")
         code, shown = self.run_on_terminal("encode", "--type", "SqlQuery", "in.json")
         self.assertEqual((tool.WRONG_USE, "qmsg encode: a terminal cannot show these bytes: give "
-                          "--out hex, or send them to a file\n"), (code, shown))
+                          "--out hex, or redirect them to a file\n"), (code, shown))
 
-    def test_is_told_when_it_is_waited_for(self):
+    def test_is_told_when_the_tool_waits_for_input(self):
         code, shown = self.run_on_terminal("decode", "--type", "SqlQuery", stdin="terminal")
         self.assertEqual(tool.FINE, code)
         self.assertIn("qmsg: reading standard input; end it with Ctrl-D\n", shown)

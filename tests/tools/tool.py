@@ -1,4 +1,4 @@
-"""Runs the tool, for its tests."""
+"""Runs the tool, and builds the bytes of messages for its tests."""
 
 import os
 import pathlib
@@ -6,6 +6,8 @@ import pty
 import subprocess
 import tempfile
 import unittest
+
+import reference
 
 PROGRAM = os.environ["QMSG"]
 SANITIZED = os.environ["QMSG_SANITIZED"] == "1"
@@ -62,20 +64,15 @@ def open_terminal():
         raise unittest.SkipTest(f"no terminals here: {error}") from error
 
 
-def varint(number):
-    out = b""
-    while number > 127:
-        out += bytes([number & 127 | 128])
-        number >>= 7
-    return out + bytes([number])
-
-
 def delimited(*messages):
-    return b"".join(varint(len(message)) + message for message in messages)
+    return b"".join(map(reference.length_delimited, messages))
 
 
-def in_any(type_name, message):
+def in_any(type_name, message, url="type.googleapis.com/"):
     """A google.protobuf.Any: type_url, field 1; value, field 2, which is not written if empty."""
-    url = b"type.googleapis.com/" + type_name.encode()
-    value = b"\x12" + varint(len(message)) + message if message else b""
-    return b"\x0a" + varint(len(url)) + url + value
+    return tagged(1, (url + type_name).encode()) + (tagged(2, message) if message else b"")
+
+
+def tagged(number, content):
+    """A length-delimited field."""
+    return reference.tag(number, reference.LENGTH) + reference.length_delimited(content)

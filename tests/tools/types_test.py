@@ -1,4 +1,4 @@
-"""The list of what the schema files declare."""
+"""qmsg types lists the declarations of the schema files."""
 
 import json
 import subprocess
@@ -21,7 +21,7 @@ class Types(unittest.TestCase):
         self.assertIn("\ntarq.proto, package quor.protobuf.Tarq\n", output)
         self.assertIn("  message quor.protobuf.Tarq.SqlQuery                   11 fields\n", output)
 
-    def test_tells_programs_the_same(self):
+    def test_lists_the_same_as_json(self):
         files = {file["file"]: file for file in json.loads(output_of("types", "--json"))}
         self.assertEqual(len(files), 7)
         for proto, file in schema_files():
@@ -40,7 +40,7 @@ class Types(unittest.TestCase):
         self.assertEqual((status, output), (2, ""))
         self.assertIn("more", errors)
 
-    def test_says_when_it_cannot_write(self):
+    def test_reports_a_write_error(self):
         with open("/dev/full", "w", encoding="ascii") as full:
             result = subprocess.run([tool.PROGRAM, "types"], stdout=full, stderr=subprocess.PIPE,
                                     text=True, check=False)

@@ -1,4 +1,4 @@
-// The walk over the wire format takes what the runtime's parser takes, and nothing else.
+// The walk over the wire format accepts exactly what the runtime's parser accepts.
 #include "wire/walk.h"
 
 #include <google/protobuf/stubs/logging.h>

@@ -1,21 +1,16 @@
-"""The views of `qmsg wire`, against views written by hand; and that none of them loses a byte."""
+"""The views of `qmsg wire`, against views written by hand; and none of them loses a byte."""
 
 import itertools
 import os
-import pathlib
 import random
 import subprocess
-import sys
 import textwrap
 import unittest
 
-import tool
-from tool import PROGRAM, qmsg
-
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "interchange"))
-# pylint: disable=wrong-import-position
 import random_messages
 import reference
+import tool
+from tool import PROGRAM, qmsg
 
 BYTES = slice(8, 31)  # the columns of the bytes, while an offset has six digits
 
@@ -72,7 +67,7 @@ class Fields(Views):
                 21  ff ff 01
             """, "--type", "SqlQuery")
 
-    def test_numbers_that_are_cut(self):
+    def test_numbers_that_are_truncated_to_32_bits(self):
         # 2^32 + 1 in an int32 and a uint32; 2 in a bool.
         self.check("08 8180808010 10 8180808010", """
             offset  bytes                    quor.protobuf.Tarq.SqlQuery, 12 bytes
@@ -111,7 +106,7 @@ class Fields(Views):
                  6  12 00                    queries[1] (2, SqlQuery): 0 bytes
             """, "--type", "SqlQueries")
 
-    def test_times_are_told_in_words(self):
+    def test_times_are_readable(self):
         # 1000000000 seconds are 2001-09-09T01:46:40Z.
         self.check("12 06 08 8094ebdc03", """
             offset  bytes                    quor.protobuf.QuorPHP.RInitData, 8 bytes
@@ -171,7 +166,7 @@ class Fields(Views):
                 33  22 00                    field 4 (len): 0 bytes
             """)
 
-    def test_long_values_are_shortened_and_say_by_how_much(self):
+    def test_long_values_are_shortened_and_say_by_how_many_bytes(self):
         # 26 letters in quotation marks and "... 34 more bytes" take 45 columns.
         self.check("2a 3c" + "61" * 60, f"""
             offset  bytes                    quor.protobuf.Tarq.SqlQuery, 62 bytes
@@ -193,12 +188,12 @@ class Fields(Views):
                 10  bc 62                      "b"
             """, "--type", "SqlQuery", "--full")
 
-    def test_text_that_is_no_utf8(self):
+    def test_text_that_is_not_utf_8(self):
         self.check("0a 03 41ff42 0a 00", """
             offset  bytes                    quor.protobuf.Login.Login, 7 bytes
                  0  0a 03                    hostname (1, string): 3 bytes
                  2  41 ff 42                   "A\\xffB"
-                                               <- at 3: byte 0xff is no valid UTF-8 there
+                                               <- at 3: byte 0xff is not valid UTF-8
                  5  0a 00                    hostname (1, string): 0 bytes
             """, "--type", "Login.Login", faults=1)
 
@@ -206,11 +201,11 @@ class Fields(Views):
         self.check("08 80", """
             offset  bytes                    quor.protobuf.JQ.Result, 2 bytes
                  0  08                       ok (1, bool) <- a number is cut off: the
-                                                 message ends inside of it
+                                                 message ends inside it
                  1  80
             """, "--type", "Result", faults=1)
 
-    def test_what_is_cut_off_is_shown_as_far_as_it_goes(self):
+    def test_cut_off_values_are_shown_as_far_as_they_go(self):
         self.check("12 20 08 01 2a 10 4142", """
             offset  bytes                    quor.protobuf.Tarq.SqlQueries, 8 bytes
                  0  12 20                    queries[0] (2, SqlQuery) <- a length of 32
@@ -221,7 +216,7 @@ class Fields(Views):
                  6  41 42                        "AB"
             """, "--type", "SqlQueries", faults=2)
 
-    def test_a_length_beyond_the_message_around_it(self):
+    def test_a_length_beyond_the_enclosing_message(self):
         # What stands behind that message is shown again.
         self.check("12 04 2a 09 4142 12 00", """
             offset  bytes                    quor.protobuf.Tarq.SqlQueries, 8 bytes
@@ -232,7 +227,7 @@ class Fields(Views):
                  6  12 00                    queries[1] (2, SqlQuery): 0 bytes
             """, "--type", "SqlQueries", faults=1)
 
-    def test_tags_that_cannot_be(self):
+    def test_invalid_tags(self):
         self.check("0e 010203040506070809", """
             offset  bytes                    quor.protobuf.JQ.Result, 10 bytes
                  0  0e 01 02 03 04 05 06 07  <- wire type 6 in the tag of field 1 does not
@@ -255,11 +250,11 @@ class Fields(Views):
         self.check("0b 14", """
             offset  bytes                    a message of unknown type, 2 bytes
                  0  0b                       field 1 (group)
-                 1  14                         <- the end of the group of field 2 stands
-                                                   inside the group of field 1
+                 1  14                         <- the end of a group of field 2 inside the
+                                                   group of field 1
             """, faults=1)
 
-    def test_nothing(self):
+    def test_an_empty_message(self):
         status, output, errors = view("", "--type", "Result")
         self.assertEqual((0, "offset  bytes                    quor.protobuf.JQ.Result, 0 bytes\n"),
                          (status, output))
@@ -285,7 +280,7 @@ class Streams(Views):
             offset  bytes                    a stream of quor.protobuf.JQ.Result
                  0  01                       message 0: 1 byte
                  1  08                         ok (1, bool) <- a number is cut off: the
-                                                   message ends inside of it
+                                                   message ends inside it
                  2  02                       message 1: 2 bytes
                  3  08 01                      ok (1, bool): true
             """, "--type", "Result", "--framing", "delimited", faults=1)
@@ -299,12 +294,12 @@ class Streams(Views):
                                                  left
             """, "--type", "Result", "--framing", "delimited", faults=1)
 
-    def test_what_is_no_length(self):
+    def test_an_invalid_length(self):
         self.check("ff" * 20, """
             offset  bytes                    a stream of messages of unknown type
-                 0  ff ff ff ff ff           <- standard input: message 0 at offset 0: there
-                                                 is no length of a message, which is at most
-                                                 2 GiB; is the framing right?
+                 0  ff ff ff ff ff           <- standard input: message 0 at offset 0: not a
+                                                 valid message length (at most 2 GiB); is
+                                                 the framing right?
                                                15 bytes more
             """, "--framing", "delimited", faults=1)
 
@@ -323,8 +318,7 @@ class Streams(Views):
         self.check("07 0a 01 58 12 02 08 01", """
             offset  bytes                    a stream of google.protobuf.Any
                  0  07                       message 0: 7 bytes
-                                               <- the type it names, 'X', is none of the
-                                                   schema's
+                                               <- the schema has no type 'X'
                  1  0a 01                      type_url (1, string): 1 byte
                  3  58                           "X"
                  4  12 02                      value (2, bytes): 2 bytes, looks like a
@@ -336,9 +330,9 @@ class Streams(Views):
         # Its field 2 lacks two fields that are required.
         url = b"/google.protobuf.UninterpretedOption".hex()
         _, output, _ = view(f"2a 0a 24 {url} 12 02 12 00", "--framing", "any")
-        self.assertIn("<- the type it names,", output)
+        self.assertIn("<- the schema has no type", output)
 
-    def test_of_nothing(self):
+    def test_of_an_empty_stream(self):
         status, output, errors = view("", "--framing", "delimited")
         self.assertEqual((0, 1), (status, output.count("\n")))
         self.assertEqual("qmsg: 'standard input' is empty: no messages\n", errors)
@@ -401,12 +395,12 @@ class AllBytes(unittest.TestCase):
         parts.append(reference.varint(size))
         self.check(b"".join(reversed(parts)), "--framing", "any")
 
-    def test_of_what_follows_a_length_that_is_none(self):
+    def test_of_the_rest_after_an_invalid_length(self):
         self.check(b"\xff" * 200_000, "--framing", "delimited")
 
 
 class Terminal(unittest.TestCase):
-    def test_no_bytes_reach_it_that_it_obeys(self):
+    def test_gets_no_control_characters(self):
         hostile = "\x1b]0;x\x07 \x9b31m \u202e\u2066 \x7f\r\n".encode()
         data = b"\x0a" + reference.varint(len(hostile)) + hostile
         for arguments in ((), ("--full",), ("--type", "Login.Login"),
@@ -434,7 +428,7 @@ class Terminal(unittest.TestCase):
         os.close(leader)
         return output
 
-    def test_gets_colours_if_it_wants_them(self):
+    def test_gets_colours_unless_no_color_is_set(self):
         coloured = self.seen()
         self.assertIn("\x1b[2m     0\x1b[0m  08", coloured)
         self.assertIn("\x1b[1mok\x1b[0m", coloured)
@@ -446,12 +440,12 @@ class WrongUse(unittest.TestCase):
     def test_a_type_for_messages_that_name_theirs(self):
         status, output, errors = qmsg("wire", "--framing", "any", "--type", "Result")
         self.assertEqual((2, ""), (status, output))
-        self.assertIn("leave --type out", errors)
+        self.assertIn("omit --type", errors)
 
     def test_a_folder(self):
         self.assertEqual(3, qmsg("wire", "/")[0])
 
-    def test_hexadecimal_digits_that_are_none(self):
+    def test_invalid_hexadecimal_digits(self):
         for arguments in ((), ("--framing", "delimited")):
             status, _, errors = qmsg("wire", "--in", "hex", *arguments, stdin=b"0x")
             self.assertEqual(1, status)

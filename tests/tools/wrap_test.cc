@@ -33,7 +33,7 @@ TEST(Wrap, LeavesALongWordWhole) {
   EXPECT_EQ(Wrap("a " + word + " b", 2), "  a\n  " + word + "\n  b\n");
 }
 
-TEST(Wrap, MakesNothingOfNothing) { EXPECT_EQ(Wrap("", 4), ""); }
+TEST(Wrap, KeepsAnEmptyTextEmpty) { EXPECT_EQ(Wrap("", 4), ""); }
 
 }  // namespace
 }  // namespace qmsg

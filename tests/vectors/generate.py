@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Writes the *.generated.txt beside it: what is tried with every field, every length or every byte,
 where writing it by hand would only be copying. Expectations come from
-tests/interchange/reference.py, which knows the declarations and no protobuf library.
+implementations/reference/reference.py, which knows the declarations and no protobuf library.
 
 usage: generate.py           writes the files
        generate.py --check   names the files that are out of date, and fails if there is one
@@ -12,7 +12,7 @@ import pathlib
 import sys
 
 HERE = pathlib.Path(__file__).resolve().parent
-sys.path.insert(0, str(HERE.parent / "interchange"))
+sys.path.insert(0, str(HERE.parents[1] / "implementations/reference"))
 
 import reference  # noqa: E402
 from reference import (END_GROUP, FIXED32, FIXED64, LENGTH, SCHEMA, START_GROUP,  # noqa: E402

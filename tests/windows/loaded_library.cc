@@ -1,4 +1,4 @@
-#include "../support/loaded_library.h"
+#include "support/loaded_library.h"
 
 #include <windows.h>
 

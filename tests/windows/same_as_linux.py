@@ -12,10 +12,10 @@ import json
 import pathlib
 import sys
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "interchange"))
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "conformance"))
 
-import random_messages  # noqa: E402  (its folder comes first)
-import run  # noqa: E402
+import run  # noqa: E402  (makes the reference implementation importable)
+import random_messages  # noqa: E402
 import vectors  # noqa: E402
 
 COUNT = 20000
@@ -42,7 +42,7 @@ def main():
     mode, linux, *windows = sys.argv[1:]
     if not pathlib.Path(linux).exists():
         sys.exit(f"There is no {linux} to compare with. First: cmake --preset gcc && "
-                 "cmake --build --preset gcc --target interchange_cpp")
+                 "cmake --build --preset gcc --target conformance_cpp")
     asked = list(cases())
     on_linux, on_windows = run.ask([linux, mode], asked), run.ask([*windows, mode], asked)
     if not len(asked) == len(on_linux) == len(on_windows):

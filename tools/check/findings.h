@@ -1,4 +1,4 @@
-// What was found, and how it is told.
+// Findings, and how they are printed.
 #pragma once
 
 #include <google/protobuf/descriptor.h>
@@ -22,8 +22,8 @@ struct Finding {
   std::string reason;
 };
 
-// Collects what is found in one message, in no order, and tells it in the order of the bytes. Where
-// there is very much, it does so in parts, each in order: memory stays bounded.
+// Collects the findings of one message and reports them in the order of the bytes. Very many
+// findings are reported in parts, each in order, so that memory stays bounded.
 class Findings {
  public:
   using Tell = std::function<void(const Finding& finding)>;
@@ -31,7 +31,7 @@ class Findings {
   explicit Findings(Tell tell) : tell_(std::move(tell)) {}
 
   void Add(Finding finding);
-  // Tells what has not been told yet.
+  // Reports the findings collected so far.
   void Flush();
 
  private:
@@ -47,7 +47,7 @@ struct Subject {
   const google::protobuf::Descriptor* type;  // null: not known
 };
 
-// Text of a message, quoted and, where it is long, cut.
+// Text of a message, quoted and truncated.
 std::string Quoted(std::string_view text);
 
 // Writes findings, one a line, and counts them.
@@ -61,7 +61,7 @@ class Report {
 
   Report(Output& output, Form form);
 
-  // The offset that is told counts from the begin of the file.
+  // Prints the offset from the beginning of the file.
   void Tell(const Subject& subject, const Finding& finding);
 
   std::uint64_t errors() const { return errors_; }

@@ -1,13 +1,13 @@
 #include "check/message_check.h"
 
-#include "check/conventions.h"
+#include "check/convention_check.h"
 
 namespace qmsg {
 namespace {
 
 namespace pb = google::protobuf;
 
-// The number as the parser keeps it: of a short type the low half.
+// The number as the parser keeps it: the low half for a 32-bit type.
 std::uint64_t Kept(const Occurrence& at) {
   switch (at.field->cpp_type()) {
     case pb::FieldDescriptor::CPPTYPE_UINT32:
@@ -44,8 +44,8 @@ WireType WireTypeOf(const pb::FieldDescriptor* field) {
 
 }  // namespace
 
-MessageCheck::MessageCheck(std::string_view bytes, const pb::Descriptor* type, NodePool& pool,
-                           Findings& findings)
+MessageCheck::MessageCheck(std::string_view bytes, const pb::Descriptor* type,
+                           ParsedMessagePool& pool, Findings& findings)
     : bytes_(bytes), pool_(pool), findings_(findings), sql_(type) {
   if (type != nullptr) {
     root_ = pool_.New(type);
@@ -67,17 +67,17 @@ MessageCheck::~MessageCheck() {
   }
 }
 
-const Slot& MessageCheck::at(int number) const {
+const FieldState& MessageCheck::at(int number) const {
   return root_->at(root_->type->FindFieldByNumber(number));
 }
 
 void MessageCheck::Value(const Occurrence& at, const Path& /*path*/) {
   if (IsKnown(at)) {
-    Slot& slot = Take(at);
-    slot.number = Kept(at);
-    slot.text = at.wire_type == WireType::WIRETYPE_LENGTH_DELIMITED
-                    ? bytes_.substr(at.value, at.size())
-                    : std::string_view();
+    FieldState& state = Take(at);
+    state.number = Kept(at);
+    state.text = at.wire_type == WireType::WIRETYPE_LENGTH_DELIMITED
+                     ? bytes_.substr(at.value, at.size())
+                     : std::string_view();
   }
 }
 
@@ -86,15 +86,15 @@ void MessageCheck::Enter(const Occurrence& at, const pb::Descriptor* type, const
     ++groups_;
     return;
   }
-  Slot& slot = Take(at);
+  FieldState& state = Take(at);
   if (at.field->is_repeated()) {
-    open_.push_back(NewChild(at, type, slot.count - 1));
+    open_.push_back(NewChild(at, type, state.count - 1));
     return;
   }
-  if (slot.child == nullptr) {
-    slot.child = NewChild(at, type, 0);
+  if (state.child == nullptr) {
+    state.child = NewChild(at, type, 0);
   }
-  open_.push_back(slot.child);
+  open_.push_back(state.child);
 }
 
 void MessageCheck::Leave(const Occurrence& at, const Path& /*path*/) {
@@ -102,12 +102,12 @@ void MessageCheck::Leave(const Occurrence& at, const Path& /*path*/) {
     --groups_;
     return;
   }
-  Node* node = open_.back();
+  ParsedMessage* message = open_.back();
   open_.pop_back();
   if (at.field->is_repeated()) {
-    Judge(*node);
-    EndElement(*node);
-    pool_.Return(node);
+    Judge(*message);
+    EndElement(*message);
+    pool_.Return(message);
   }
 }
 
@@ -124,59 +124,60 @@ bool MessageCheck::IsKnown(const Occurrence& at) {
   if (at.known || groups_ > 0 || open_.empty()) {
     return at.known;
   }
-  const Node& node = *open_.back();
+  const ParsedMessage& message = *open_.back();
   if (at.field == nullptr) {
-    const std::string path = PathTo(node);
+    const std::string path = PathTo(message);
     const std::string number = std::to_string(at.number);
     findings_.Add({&rules::kUnknownField, at.begin, path.empty() ? number : path + '.' + number,
-                   node.type->full_name() + " has no field " + number});
+                   message.type->full_name() + " has no field " + number});
     return false;
   }
-  findings_.Add({&rules::kWireType, at.begin, PathTo(node, at.field),
-                 std::string(Name(at.wire_type)) + " under this number, which is declared as " +
-                     Name(WireTypeOf(at.field)) + "; a reader keeps it as unknown"});
+  findings_.Add({&rules::kWireType, at.begin, PathTo(message, at.field),
+                 std::string(Name(at.wire_type)) + ", but declared as " +
+                     Name(WireTypeOf(at.field)) + "; a reader keeps it as an unknown field"});
   return false;
 }
 
-// The place for a known field, after what it does to what was there.
-Slot& MessageCheck::Take(const Occurrence& at) {
-  Node& node = *open_.back();
-  Slot& slot = node.at(at.field);
+// The state of a known field, after resolving repetition and the members of its oneof.
+FieldState& MessageCheck::Take(const Occurrence& at) {
+  ParsedMessage& message = *open_.back();
+  FieldState& state = message.at(at.field);
   if (at.field->is_repeated()) {
-    ++slot.count;
-    return slot;
+    ++state.count;
+    return state;
   }
-  if (slot.present) {
-    findings_.Add({&rules::kRepeatedSingular, at.begin, PathTo(node, at.field),
+  if (state.present) {
+    findings_.Add({&rules::kRepeatedSingular, at.begin, PathTo(message, at.field),
                    at.field->type() == pb::FieldDescriptor::TYPE_MESSAGE
-                       ? "occurs again; a reader merges it into the one before"
+                       ? "occurs again; a reader merges it with the previous one"
                        : "occurs again; a reader keeps the last one"});
   } else if (at.field->containing_oneof() != nullptr) {
-    MakeRoomInOneof(node, at);
+    MakeRoomInOneof(message, at);
   }
-  slot.present = true;
-  slot.begin = at.begin;
-  return slot;
+  state.present = true;
+  state.begin = at.begin;
+  return state;
 }
 
-void MessageCheck::MakeRoomInOneof(Node& node, const Occurrence& at) {
+void MessageCheck::MakeRoomInOneof(ParsedMessage& message, const Occurrence& at) {
   const pb::OneofDescriptor* members = at.field->containing_oneof();
   for (int i = 0; i < members->field_count(); ++i) {
     const pb::FieldDescriptor* other = members->field(i);
-    Slot& slot = node.at(other);
-    if (slot.present) {
-      findings_.Add({&rules::kRepeatedSingular, at.begin, PathTo(node, at.field),
+    FieldState& state = message.at(other);
+    if (state.present) {
+      findings_.Add({&rules::kRepeatedSingular, at.begin, PathTo(message, at.field),
                      "replaces " + other->name() + ", which is in the same oneof"});
-      if (slot.child != nullptr) {
-        pool_.Return(slot.child);
+      if (state.child != nullptr) {
+        pool_.Return(state.child);
       }
-      slot = Slot{};
+      state = FieldState{};
     }
   }
 }
 
-Node* MessageCheck::NewChild(const Occurrence& at, const pb::Descriptor* type, std::size_t index) {
-  Node* child = pool_.New(type);
+ParsedMessage* MessageCheck::NewChild(const Occurrence& at, const pb::Descriptor* type,
+                                      std::size_t index) {
+  ParsedMessage* child = pool_.New(type);
   child->parent = open_.back();
   child->field = at.field;
   child->index = index;
@@ -184,23 +185,23 @@ Node* MessageCheck::NewChild(const Occurrence& at, const pb::Descriptor* type, s
   return child;
 }
 
-// Judges the message, and those below it that had to wait, since they could have come twice.
-void MessageCheck::Judge(Node& node) {
-  if (!node.broken) {
-    JudgeConventions(node, findings_);
+// Judges the message and its singular fields, which could have occurred twice until now.
+void MessageCheck::Judge(ParsedMessage& message) {
+  if (!message.broken) {
+    CheckConventions(message, findings_);
   }
-  for (const Slot& slot : node.slots) {
-    if (slot.child != nullptr) {
-      Judge(*slot.child);
+  for (const FieldState& state : message.fields) {
+    if (state.child != nullptr) {
+      Judge(*state.child);
     }
   }
 }
 
-void MessageCheck::EndElement(Node& element) {
+void MessageCheck::EndElement(ParsedMessage& element) {
   if (element.broken) {
     return;
   }
-  Node& list = *open_.back();
+  ParsedMessage& list = *open_.back();
   KeepKey(element, list);
   if (&list == root_) {
     sql_.Take(element);

@@ -1,4 +1,4 @@
-// What check can find: each rule has a code, which stays the same for those who search for it.
+// The rules of check. The code of a rule is stable: users search for it.
 #pragma once
 
 #include <array>
@@ -15,10 +15,12 @@ struct Rule {
 
 namespace rules {
 
-inline constexpr Rule kFraming{"framing", Severity::kError, "the rest of the input is no message"};
-inline constexpr Rule kAnyType{"any-type", Severity::kError, "an Any names no type of the schema"};
-inline constexpr Rule kMalformed{"malformed", Severity::kError, "the wire format is broken"};
-inline constexpr Rule kUtf8{"utf-8", Severity::kError, "text is no UTF-8"};
+inline constexpr Rule kFraming{"framing", Severity::kError,
+                               "the rest of the input is not a message"};
+inline constexpr Rule kAnyType{"any-type", Severity::kError,
+                               "an Any does not name a type of the schema"};
+inline constexpr Rule kMalformed{"malformed", Severity::kError, "the wire format is invalid"};
+inline constexpr Rule kUtf8{"utf-8", Severity::kError, "text is not valid UTF-8"};
 inline constexpr Rule kTypeTag{"type-tag", Severity::kWarning,
                                "a type tag and the member that is set disagree"};
 inline constexpr Rule kUndeclaredEnum{"undeclared-enum", Severity::kWarning,
@@ -26,21 +28,21 @@ inline constexpr Rule kUndeclaredEnum{"undeclared-enum", Severity::kWarning,
 inline constexpr Rule kUnknownField{"unknown-field", Severity::kWarning,
                                     "a field number is not declared"};
 inline constexpr Rule kWireType{"wire-type", Severity::kWarning,
-                                "a declared number has another wire type"};
+                                "a declared field has another wire type"};
 inline constexpr Rule kDanglingReference{"dangling-reference", Severity::kWarning,
-                                         "an ident is referred to that is not there"};
+                                         "a reference to an ident that does not exist"};
 inline constexpr Rule kParentCycle{"parent-cycle", Severity::kWarning,
-                                   "transactions are their own parents"};
+                                   "the parents of transactions form a cycle"};
 inline constexpr Rule kDuplicateKey{"duplicate-key", Severity::kWarning,
                                     "two elements have the same key"};
 inline constexpr Rule kNanosRange{"nanos-range", Severity::kWarning,
-                                  "nanoseconds are out of range, or of the wrong sign"};
+                                  "nanoseconds are out of range or have the wrong sign"};
 inline constexpr Rule kSecondsRange{"seconds-range", Severity::kWarning,
                                     "seconds are out of range"};
 inline constexpr Rule kContentLength{"content-length", Severity::kWarning,
-                                     "a body is not as long as is said"};
+                                     "a body does not have its declared length"};
 inline constexpr Rule kRepeatedSingular{"repeated-singular", Severity::kWarning,
-                                        "a field occurs again, or another of its oneof"};
+                                        "a singular field or its oneof occurs more than once"};
 
 }  // namespace rules
 

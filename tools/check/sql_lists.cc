@@ -33,7 +33,7 @@ const Fields& TheFields() {
   return fields;
 }
 
-std::uint32_t Number(const Slot& slot) { return static_cast<std::uint32_t>(slot.number); }
+std::uint32_t Number(const FieldState& state) { return static_cast<std::uint32_t>(state.number); }
 
 std::string PathToParent(const Declared& transaction) {
   return "transactions[" + std::to_string(transaction.index) + "].parent_id";
@@ -46,14 +46,14 @@ class Cycles {
  public:
   Cycles(const ByIdent& by_ident, Findings& findings) : by_ident_(by_ident), findings_(findings) {}
 
-  // Follows the parents up from there, as far as no other way has led.
+  // Follows the parents from `start` to the first transaction seen before.
   void Follow(const Declared& start) {
-    ++way_;
+    ++walk_;
     const Declared* at = &start;
-    while (at != nullptr && seen_.emplace(at, way_).second) {
+    while (at != nullptr && seen_.emplace(at, walk_).second) {
       at = Parent(*at);
     }
-    if (at != nullptr && seen_[at] == way_) {
+    if (at != nullptr && seen_[at] == walk_) {
       Tell(*at);
     }
   }
@@ -64,7 +64,7 @@ class Cycles {
     return transaction.has_parent && found != by_ident_.end() ? found->second : nullptr;
   }
 
-  // The cycle that this one is part of, from its first element in the list on.
+  // Reports the cycle with this transaction, from its first element in the list on.
   void Tell(const Declared& member) {
     const Declared* first = &member;
     std::size_t size = 1;
@@ -85,8 +85,8 @@ class Cycles {
 
   const ByIdent& by_ident_;
   Findings& findings_;
-  std::unordered_map<const Declared*, std::size_t> seen_;  // and on which way
-  std::size_t way_ = 0;
+  std::unordered_map<const Declared*, std::size_t> seen_;  // and the walk that saw it
+  std::size_t walk_ = 0;
 };
 
 }  // namespace
@@ -105,7 +105,7 @@ bool SqlLists::declares(Target target) const {
   return kind_ == (target == Target::kConnection ? Kind::kConnections : Kind::kTransactions);
 }
 
-void SqlLists::Take(const Node& element) {
+void SqlLists::Take(const ParsedMessage& element) {
   const Fields& fields = TheFields();
   switch (kind_) {
     case Kind::kOther:
@@ -114,7 +114,7 @@ void SqlLists::Take(const Node& element) {
       declared_.push_back({Number(element.at(fields.connection)), false, 0, element.index, 0});
       break;
     case Kind::kTransactions: {
-      const Slot& parent = element.at(fields.parent);
+      const FieldState& parent = element.at(fields.parent);
       declared_.push_back({Number(element.at(fields.transaction)), parent.present, Number(parent),
                            element.index, parent.begin});
       break;
@@ -126,10 +126,10 @@ void SqlLists::Take(const Node& element) {
   }
 }
 
-void SqlLists::Refer(const Node& query, Target target, const pb::FieldDescriptor* field) {
-  const Slot& slot = query.at(field);
-  if (slot.present) {
-    references_.push_back({target, Number(slot), query.index, slot.begin});
+void SqlLists::Refer(const ParsedMessage& query, Target target, const pb::FieldDescriptor* field) {
+  const FieldState& state = query.at(field);
+  if (state.present) {
+    references_.push_back({target, Number(state), query.index, state.begin});
   }
 }
 

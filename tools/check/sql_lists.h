@@ -1,4 +1,4 @@
-// The SQL activity of one message: what its elements are called, and what they refer to.
+// The SQL activity of one message: the idents of its elements, and their references.
 #pragma once
 
 #include <cstdint>
@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "check/findings.h"
-#include "check/tree.h"
+#include "check/parsed_message.h"
 
 namespace qmsg {
 
@@ -35,9 +35,9 @@ class SqlLists {
   explicit SqlLists(const google::protobuf::Descriptor* type);
 
   // An element of the outermost message has ended.
-  void Take(const Node& element);
+  void Take(const ParsedMessage& element);
 
-  // Whether the message is none of the three.
+  // Whether the message is not one of the three types.
   bool other() const { return kind_ == Kind::kOther; }
   // Whether the message is a list of that kind.
   bool declares(Target target) const;
@@ -47,7 +47,8 @@ class SqlLists {
  private:
   enum class Kind { kOther, kConnections, kTransactions, kQueries };
 
-  void Refer(const Node& query, Target target, const google::protobuf::FieldDescriptor* field);
+  void Refer(const ParsedMessage& query, Target target,
+             const google::protobuf::FieldDescriptor* field);
 
   Kind kind_ = Kind::kOther;
   std::vector<Declared> declared_;

@@ -4,9 +4,9 @@
 #include <memory>
 
 #include "check/message_check.h"
-#include "check/requests.h"
+#include "check/sql_reference_check.h"
 #include "commands/commands.h"
-#include "commands/messages.h"
+#include "commands/message_input.h"
 #include "io/progress.h"
 #include "schema/schema.h"
 
@@ -26,7 +26,7 @@ std::string Counted(std::uint64_t count, const std::string& what) {
   return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
 }
 
-// What an error says, without the file that a finding names already.
+// The text of an error without the file name, which the finding has already.
 std::string WithoutName(const std::string& name, const std::string& what) {
   const std::string prefix = name + ": ";
   return what.compare(0, prefix.size(), prefix) == 0 ? what.substr(prefix.size()) : what;
@@ -42,8 +42,8 @@ class Checker {
 
   ExitCode Run() {
     if (type_ == nullptr && framing_ != Framing::kAny) {
-      std::cerr << "qmsg: without --type only the wire format is checked; qmsg guess says what "
-                   "the bytes can be\n";
+      std::cerr << "qmsg: without --type only the wire format is checked; qmsg guess lists the "
+                   "possible types\n";
     }
     const std::vector<std::string> standard_input{"-"};
     const std::vector<std::string>& files = options_.messages.files;
@@ -68,7 +68,7 @@ class Checker {
 
   void File(const std::string& path) {
     Input input(path, options_.messages.form);
-    Requests requests(
+    SqlReferenceCheck references(
         [this](const Subject& subject, const Finding& finding) { report_.Tell(subject, finding); });
     Subject subject{&input.name(), 0, 0, type_};
     try {
@@ -77,10 +77,10 @@ class Checker {
       for (Frame frame; frames.Next(frame); ++subject.message) {
         subject.offset = frame.offset;
         ++messages_;
-        Message(subject, frame.bytes, requests);
+        Message(subject, frame.bytes, references);
         progress.Update();
       }
-      TellIfEmpty(input, framing_);
+      WarnIfEmpty(input, framing_);
     } catch (const BrokenStream& error) {
       TellBroken(subject, error.offset(), error.reason());
     } catch (const Error& error) {
@@ -89,7 +89,7 @@ class Checker {
       }
       TellBroken(subject, input.position(), WithoutName(input.name(), error.what()));
     }
-    requests.Finish();
+    references.Finish();
   }
 
   void TellBroken(Subject subject, std::uint64_t offset, const std::string& reason) {
@@ -97,38 +97,39 @@ class Checker {
     report_.Tell(subject, {&rules::kFraming, offset, "", reason});
   }
 
-  void Message(Subject subject, std::string_view bytes, Requests& requests) {
+  void Message(Subject subject, std::string_view bytes, SqlReferenceCheck& references) {
     if (framing_ != Framing::kAny) {
-      Content(subject, bytes, requests);
+      Content(subject, bytes, references);
       return;
     }
     subject.type = Any::descriptor();
     Findings findings = FindingsIn(subject);
-    const MessageCheck any(bytes, subject.type, nodes_, findings);
+    const MessageCheck any(bytes, subject.type, pool_, findings);
     if (!any.good()) {
       return;
     }
     Subject content = subject;
-    const Slot& url = any.at(Any::kTypeUrlFieldNumber);
+    const FieldState& url = any.at(Any::kTypeUrlFieldNumber);
     content.type = TypeOf(url.text);
     if (content.type == nullptr) {
-      report_.Tell(subject, {&rules::kAnyType, url.begin, "type_url",
-                             url.text.empty()
-                                 ? "the google.protobuf.Any names no type; is the framing right?"
-                                 : "none of the schema's types is " + Quoted(url.text)});
+      report_.Tell(subject,
+                   {&rules::kAnyType, url.begin, "type_url",
+                    url.text.empty()
+                        ? "the google.protobuf.Any does not name its type; is the framing right?"
+                        : "the schema has no type " + Quoted(url.text)});
       return;
     }
     const std::string_view value = any.at(Any::kValueFieldNumber).text;
     content.offset += value.empty() ? 0 : static_cast<std::uint64_t>(value.data() - bytes.data());
-    Content(content, value, requests);
+    Content(content, value, references);
   }
 
-  void Content(const Subject& subject, std::string_view bytes, Requests& requests) {
+  void Content(const Subject& subject, std::string_view bytes, SqlReferenceCheck& references) {
     Findings findings = FindingsIn(subject);
-    const MessageCheck check(bytes, subject.type, nodes_, findings);
+    const MessageCheck check(bytes, subject.type, pool_, findings);
     if (!check.sql().other()) {
-      // Field 1 of all messages about SQL.
-      requests.Add(check.at(1).text, check.sql(), check.good(), subject);
+      // Field 1, queue_id, of all messages about SQL.
+      references.Add(check.at(1).text, check.sql(), check.good(), subject);
     }
   }
 
@@ -140,11 +141,11 @@ class Checker {
   Framing framing_;
   const Descriptor* type_;
   Report report_;
-  NodePool nodes_;
+  ParsedMessagePool pool_;
   std::uint64_t messages_ = 0;
 };
 
-std::string Footer() {
+std::string Notes() {
   std::string codes;
   for (const Rule* rule : kRules) {
     std::string line = "  " + std::string(rule->code);
@@ -152,32 +153,32 @@ std::string Footer() {
     codes += line + rule->meaning + '\n';
   }
   return std::string(kFramingHelp) +
-         "\n\nA finding is a line on standard output: the file, the message in a stream, the\n"
-         "offset in the file, an error or a warning, the path of the field, what there is,\n"
-         "and one of these codes, of which the first four are errors:\n" +
+         "\n\nEach finding is a line on standard output: file, message in a stream, offset in the\n"
+         "file, severity, path of the field, description, and one of these codes. The first\n"
+         "four are errors:\n" +
          codes +
-         "A message that is bad does not end a stream. One that cannot be read further is\n"
-         "left, with an error.\n\n"
-         "References from queries to connections and transactions of their request are\n"
-         "judged where such a list is in the same input, before or behind them. Some\n" +
-         std::to_string(Requests::kMost) +
-         " requests are held at a time; the one untouched for longest is judged and\n"
-         "forgotten.\n\n"
-         "Example:\n"
-         "  echo 0802 | qmsg check --type QVal --in hex";
+         "After a bad message, checking continues with the next one. A stream that cannot be\n"
+         "read further is an error.\n\n"
+         "References from queries to connections and transactions are checked if the same\n"
+         "input holds that list for their request, before or after the queries. At most\n" +
+         std::to_string(SqlReferenceCheck::kMost) +
+         " requests are kept; beyond that the least recently used one is checked and\n"
+         "dropped.";
 }
 
 }  // namespace
 
-Command AddCheck(CLI::App& app) {
-  CLI::App* command =
-      app.add_subcommand("check", "Tell what is wrong with messages, and what is odd");
+Command CheckCommand() {
   auto options = std::make_shared<Options>();
-  AddInputOptions(*command, options->messages);
-  command->add_flag("--json", options->json, "Print each finding as a JSON object on one line");
-  command->add_flag("--strict", options->strict, "Exit with 1 for warnings too");
-  command->footer(Footer());
-  return {command, [options] { return Checker(*options).Run(); }};
+  Command command{"check", "Report errors and oddities in messages",
+                  InputOptions(options->messages)};
+  command.options.push_back(
+      {{"--json"}, "Print each finding as a JSON object on one line", &options->json});
+  command.options.push_back({{"--strict"}, "Exit with 1 for warnings too", &options->strict});
+  command.notes = Notes();
+  command.examples = {"echo 0802 | qmsg check --type QVal --in hex"};
+  command.run = [options] { return Checker(*options).Run(); };
+  return command;
 }
 
 }  // namespace qmsg

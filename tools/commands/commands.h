@@ -1,32 +1,22 @@
-// The subcommands. Each adds itself and its options to the application, and returns what it does
-// once the command line has been read. That throws Error.
+// The commands, each in a file of its own.
 #pragma once
 
-#include <CLI/CLI.hpp>
-#include <functional>
-
-#include "error.h"
+#include "commands/command.h"
 
 namespace qmsg {
 
-using Action = std::function<ExitCode()>;
-
-struct Command {
-  const CLI::App* app;
-  Action run;
-};
-
-Command AddTypes(CLI::App& app);
-Command AddDescribe(CLI::App& app);
-Command AddDecode(CLI::App& app);
-Command AddEncode(CLI::App& app);
-Command AddCheck(CLI::App& app);
-Command AddGuess(CLI::App& app);
-Command AddWire(CLI::App& app);
-Command AddDiff(CLI::App& app);
-Command AddStats(CLI::App& app);
-Command AddDoctor(CLI::App& app);
-Command AddCompletion(CLI::App& app);
-Command AddMan(CLI::App& app);
+Command TypesCommand();
+Command DescribeCommand();
+Command DecodeCommand();
+Command EncodeCommand();
+Command CheckCommand();
+Command GuessCommand();
+Command WireCommand();
+Command DiffCommand();
+Command StatsCommand();
+Command DoctorCommand();
+// These two write what `line` says when they run.
+Command CompletionCommand(const CommandLine& line);
+Command ManCommand(const CommandLine& line);
 
 }  // namespace qmsg

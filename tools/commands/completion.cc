@@ -2,7 +2,6 @@
 
 #include <memory>
 
-#include "commands/command_line.h"
 #include "commands/commands.h"
 #include "io/output.h"
 
@@ -13,8 +12,8 @@ struct Options {
   std::string shell;
 };
 
-ExitCode Run(const Options& options, const CLI::App& root) {
-  const CompletionInput input = CompletionInputOf(root);
+ExitCode Run(const Options& options, const CommandLine& line) {
+  const CompletionInput input = CompletionInputOf(line);
   std::string script;
   if (options.shell == "bash") {
     script = BashCompletion(input);
@@ -29,18 +28,19 @@ ExitCode Run(const Options& options, const CLI::App& root) {
 
 }  // namespace
 
-Command AddCompletion(CLI::App& app) {
+Command CompletionCommand(const CommandLine& line) {
   auto options = std::make_shared<Options>();
-  CLI::App* command =
-      app.add_subcommand("completion", "Write a script that completes command lines of qmsg");
-  command->add_option("shell", options->shell, "The shell that reads it")
-      ->check(CLI::IsMember({"bash", "zsh", "fish"}))
-      ->type_name("SHELL")
-      ->required();
-  command->footer(
-      "Example:\n"
-      "  qmsg completion bash > qmsg.bash");
-  return {command, [options, &app] { return Run(*options, app); }};
+  return {"completion",
+          "Write a completion script for a shell",
+          {{{"shell"},
+            "The shell that reads it",
+            &options->shell,
+            "SHELL",
+            {"bash", "zsh", "fish"},
+            Presence::kRequired}},
+          "",
+          {"qmsg completion bash > qmsg.bash"},
+          [options, &line] { return Run(*options, line); }};
 }
 
 }  // namespace qmsg

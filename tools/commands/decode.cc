@@ -1,12 +1,16 @@
 #include <google/protobuf/any.pb.h>
+#include <google/protobuf/duration.pb.h>
 #include <google/protobuf/text_format.h>
+#include <google/protobuf/timestamp.pb.h>
 #include <google/protobuf/util/json_util.h>
 
 #include <iostream>
 #include <memory>
+#include <utility>
 
+#include "check/message_check.h"
 #include "commands/commands.h"
-#include "commands/messages.h"
+#include "commands/message_input.h"
 #include "io/documents.h"
 #include "io/output.h"
 #include "wire/walk.h"
@@ -22,6 +26,10 @@ struct Options {
   bool compact = false;
 };
 
+Error NotInJson(const std::string& where, const std::string& reason) {
+  return {ExitCode::kBadData, where + ": JSON cannot represent it: " + reason + "; --to text can"};
+}
+
 std::string ToJson(const pb::Message& message, bool compact, const std::string& where) {
   pb::util::JsonPrintOptions how;
   how.add_whitespace = !compact;
@@ -29,8 +37,7 @@ std::string ToJson(const pb::Message& message, bool compact, const std::string& 
   std::string json;
   const pb::util::Status status = pb::util::MessageToJsonString(message, &json, how);
   if (!status.ok()) {
-    throw Error(ExitCode::kBadData, where + ": JSON cannot carry it: " +
-                                        status.message().ToString() + "; --to text can");
+    throw NotInJson(where, status.message().ToString());
   }
   if (json.back() != '\n') {
     json += '\n';
@@ -50,42 +57,78 @@ std::string ToText(const pb::Message& message, bool compact) {
   return compact ? text + '\n' : text;
 }
 
-// Finds the fields that no parser would take.
-class UnknownFields : public Visitor {
+// Finds the unknown fields, and times that could be out of range.
+class Inspection : public Visitor {
  public:
-  explicit UnknownFields(std::uint64_t base) : base_(base) {}
-
-  void Value(const Occurrence& at, const Path& path) override { Count(at, path); }
-  void Enter(const Occurrence& at, const pb::Descriptor* /*type*/, const Path& path) override {
-    Count(at, path);
+  explicit Inspection(const Received& received) : base_(received.offset) {
+    Walk(received.bytes, received.type, *this);
   }
 
-  void Tell(const std::string& where) const {
-    if (count_ > 0) {
-      std::cerr << "qmsg: " << where << ": " << count_
-                << (count_ == 1 ? " unknown field, " : " unknown fields, ") << places_
-                << (count_ > kShown ? ", ..." : "") << '\n';
+  // Whether a part of a Timestamp or Duration is negative or large.
+  bool has_unusual_time() const { return has_unusual_time_; }
+
+  void TellUnknownFields(const std::string& where) const {
+    if (unknown_ > 0) {
+      std::cerr << "qmsg: " << where << ": " << unknown_
+                << (unknown_ == 1 ? " unknown field, " : " unknown fields, ") << places_
+                << (unknown_ > kShown ? ", ..." : "") << '\n';
     }
   }
 
  private:
   static constexpr std::size_t kShown = 5;
+  static constexpr std::uint64_t kMostSeconds = 253402300799;  // the end of the year 9999
+  static constexpr std::uint64_t kMostNanos = 999999999;
+
+  void Value(const Occurrence& at, const Path& path) override {
+    Count(at, path);
+    if (at.known && (at.field->containing_type() == pb::Duration::descriptor() ||
+                     at.field->containing_type() == pb::Timestamp::descriptor())) {
+      const bool nanos = at.number == pb::Duration::kNanosFieldNumber;
+      has_unusual_time_ =
+          has_unusual_time_ || at.number_value > (nanos ? kMostNanos : kMostSeconds);
+    }
+  }
+  void Enter(const Occurrence& at, const pb::Descriptor* /*type*/, const Path& path) override {
+    Count(at, path);
+  }
 
   void Count(const Occurrence& at, const Path& path) {
     const bool in_a_group = path.depth() > 1 && !path.steps()[path.depth() - 2].known;
-    if (at.known || in_a_group || ++count_ > kShown) {
+    if (at.known || in_a_group || ++unknown_ > kShown) {
       return;
     }
-    places_ += (count_ > 1 ? ", " : "") + path.ToString() + " at offset " +
+    places_ += (unknown_ > 1 ? ", " : "") + path.ToString() + " at offset " +
                std::to_string(base_ + at.begin);
   }
 
   std::uint64_t base_;
-  std::size_t count_ = 0;
+  std::size_t unknown_ = 0;
   std::string places_;
+  bool has_unusual_time_ = false;
 };
 
-// The message in its Any, if it came in one, so that its type is told too.
+// The runtime prints another time for a Duration whose seconds and nanos have different signs, and
+// does not say where a time is out of range.
+void RefuseTimesThatJsonCannotRepresent(const pb::Message& message, const std::string& where) {
+  // Unlike the bytes that were read, these have no field or map key that a later one replaces.
+  const std::string bytes = message.SerializeAsString();
+  std::string refused;
+  Findings findings([&](const Finding& finding) {
+    const bool is_time =
+        finding.rule == &rules::kNanosRange || finding.rule == &rules::kSecondsRange;
+    if (is_time && refused.empty()) {
+      refused = finding.path + ": " + finding.reason;
+    }
+  });
+  ParsedMessagePool pool;
+  const MessageCheck check(bytes, message.GetDescriptor(), pool, findings);
+  if (!refused.empty()) {
+    throw NotInJson(where, refused);
+  }
+}
+
+// The message in its Any, if it came in one, so that its type is printed too.
 std::unique_ptr<pb::Message> WithItsType(const Received& received,
                                          std::unique_ptr<pb::Message> message) {
   if (received.type_url.empty()) {
@@ -93,13 +136,19 @@ std::unique_ptr<pb::Message> WithItsType(const Received& received,
   }
   auto any = std::make_unique<pb::Any>();
   any->set_type_url(std::string(received.type_url));
-  // JSON would be made from the bytes as they stand, a field that occurs twice twice.
+  // The runtime makes JSON directly from these bytes: a field that occurs twice would be there
+  // twice.
   any->set_value(message->SerializeAsString());
   return any;
 }
 
 void Decode(const Options& options, const Received& received) {
-  const std::unique_ptr<pb::Message> message = WithItsType(received, Parse(received));
+  std::unique_ptr<pb::Message> message = Parse(received);
+  const Inspection inspection(received);
+  if (options.to == TextForm::kJson && inspection.has_unusual_time()) {
+    RefuseTimesThatJsonCannotRepresent(*message, received.Where());
+  }
+  message = WithItsType(received, std::move(message));
   Output& output = Output::Standard();
   if (options.to == TextForm::kJson) {
     output.Write(ToJson(*message, options.compact, received.Where()));
@@ -109,29 +158,28 @@ void Decode(const Options& options, const Received& received) {
       output.Write(kEndOfText);
     }
   }
-  UnknownFields unknown(received.offset);
-  Walk(received.bytes, received.type, unknown);
-  unknown.Tell(received.Where());
+  inspection.TellUnknownFields(received.Where());
 }
 
 }  // namespace
 
-Command AddDecode(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("decode", "Print messages as JSON or text");
+Command DecodeCommand() {
   auto options = std::make_shared<Options>();
-  AddMessageOptions(*command, options->messages);
-  AddTextFormOption(*command, "--to", "What to print; default: json", options->to);
-  command->add_flag("--compact", options->compact, "Print each message on one line");
-  command->footer(std::string(kFramingHelp) +
-                  "\n\nUnknown fields are printed with --to text only, and counted on standard "
-                  "error in any case.\n"
-                  "In a stream each message in text ends with a line \"---\".\n\n"
-                  "Example:\n"
-                  "  echo 2a0853454c4543542031 | qmsg decode --type SqlQuery --in hex");
-  return {command, [options] {
-            return ForEachMessage(options->messages, true,
-                                  [&](const Received& received) { Decode(*options, received); });
-          }};
+  Command command{"decode", "Print messages as JSON or text",
+                  MessageInputOptions(options->messages)};
+  command.options.push_back(
+      TextFormOption("--to", "Format of the output; default: json", options->to));
+  command.options.push_back({{"--compact"}, "Print each message on one line", &options->compact});
+  command.notes = std::string(kFramingHelp) +
+                  "\n\nUnknown fields are printed with --to text only; they are always counted on "
+                  "standard error.\n"
+                  "In a stream, a line \"---\" ends each message in text.";
+  command.examples = {"echo 2a0853454c4543542031 | qmsg decode --type SqlQuery --in hex"};
+  command.run = [options] {
+    return ForEachMessage(options->messages, true,
+                          [&](const Received& received) { Decode(*options, received); });
+  };
+  return command;
 }
 
 }  // namespace qmsg

@@ -27,24 +27,25 @@ ExitCode Run(const Options& options) {
 
 }  // namespace
 
-Command AddDescribe(CLI::App& app) {
+Command DescribeCommand() {
   auto options = std::make_shared<Options>();
-  CLI::App* command =
-      app.add_subcommand("describe", "Explain a message, field, enum, value, oneof or file");
-  command
-      ->add_option("name", options->name,
-                   "What to explain, by its full name or an unambiguous end of it")
-      ->type_name("NAME")
-      ->required();
-  command->add_option("--format", options->format, "What to write")
-      ->check(CLI::IsMember({"text", "json", "markdown"}))
-      ->capture_default_str();
-  command->footer(
-      "Example:\n"
-      "  qmsg describe SqlQuery\n"
-      "  qmsg describe SqlQuery.flags --format json\n"
-      "  qmsg describe tarq.proto --format markdown");
-  return {command, [options] { return Run(*options); }};
+  return {"describe",
+          "Explain a message, field, enum, value, oneof or file",
+          {{{"name"},
+            "Full name of the element, or an unambiguous end of it",
+            &options->name,
+            "NAME",
+            {},
+            Presence::kRequired},
+           {{"--format"},
+            "Format of the output; default: text",
+            &options->format,
+            "",
+            {"text", "json", "markdown"}}},
+          "",
+          {"qmsg describe SqlQuery", "qmsg describe SqlQuery.flags --format json",
+           "qmsg describe tarq.proto --format markdown"},
+          [options] { return Run(*options); }};
 }
 
 }  // namespace qmsg

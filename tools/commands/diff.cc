@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "commands/commands.h"
-#include "commands/messages.h"
+#include "commands/message_input.h"
 #include "io/escape.h"
 #include "io/output.h"
 
@@ -21,7 +21,7 @@ struct Options {
   Framing framing = Framing::kNone;
 };
 
-// The bytes beyond ASCII that are written at `at` as octal escapes, one behind the other.
+// The bytes beyond ASCII that are written as consecutive octal escapes from `at` on.
 std::string OctalBytes(const std::string& text, std::size_t at) {
   const auto digit = [&text](std::size_t i, char most) {
     return i < text.size() && text[i] >= '0' && text[i] <= most;
@@ -36,7 +36,7 @@ std::string OctalBytes(const std::string& text, std::size_t at) {
   return bytes;
 }
 
-// The differencer's report with its characters beyond ASCII in place of their escapes.
+// The differencer's report with characters beyond ASCII instead of their escapes.
 std::string Readable(const std::string& report) {
   std::string text;
   for (std::size_t i = 0; i < report.size(); ++i) {
@@ -53,7 +53,7 @@ std::string Readable(const std::string& report) {
   return text;
 }
 
-// One line for each field that differs; empty if none does.
+// One line for each field that differs; empty if the messages are equal.
 std::string Differences(const Received& a, const Received& b) {
   if (a.type != b.type) {
     return "modified: type: " + a.type->full_name() + " -> " + b.type->full_name() + '\n';
@@ -67,7 +67,7 @@ std::string Differences(const Received& a, const Received& b) {
   return differencer.Compare(*Parse(a), *Parse(b)) ? "" : Readable(report);
 }
 
-// Prints what differs between two readers' messages. Returns whether anything does.
+// Prints the differences between two readers' messages. Returns whether there are any.
 bool Compare(MessageReader& a, MessageReader& b) {
   Output& output = Output::Standard();
   bool differ = false;
@@ -106,21 +106,22 @@ ExitCode Run(const Options& options) {
 
 }  // namespace
 
-Command AddDiff(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("diff", "Compare messages field by field");
+Command DiffCommand() {
   auto options = std::make_shared<Options>();
-  command->add_option("A", options->a, "A file; -: standard input")->type_name("FILE")->required();
-  command->add_option("B", options->b, "What it is compared with")->type_name("FILE")->required();
-  AddTypeOption(*command, options->type);
-  AddFormOption(*command, "--in", "What both are written as; default: binary", options->form);
-  AddFramingOption(*command, options->framing);
-  command->footer(
+  return {
+      "diff",
+      "Compare messages field by field",
+      {{{"A"}, "A file; -: standard input", &options->a, "FILE", {}, Presence::kRequired},
+       {{"B"}, "The file to compare it with", &options->b, "FILE", {}, Presence::kRequired},
+       TypeOption(options->type),
+       FormOption("--in", "Encoding of both; default: binary", options->form),
+       FramingOption(options->framing)},
       std::string(kFramingHelp) +
-      "\n\nOne line for each field that was added to A, deleted from it or modified in it; the\n"
-      "n-th message of a stream is compared with the n-th. Exit status 1 if anything differs.\n\n"
-      "Example:\n"
-      "  qmsg diff --type SqlQueries before.bin after.bin || true");
-  return {command, [options] { return Run(*options); }};
+          "\n\nPrints a line for each field that B adds, deletes or modifies. The n-th message of\n"
+          "one stream is compared with the n-th of the other. Exit status 1 if anything\n"
+          "differs.",
+      {"qmsg diff --type SqlQueries before.bin after.bin || true"},
+      [options] { return Run(*options); }};
 }
 
 }  // namespace qmsg

@@ -62,39 +62,37 @@ ExitCode Run(const Options& options) {
 }  // namespace
 }  // namespace doctor
 
-Command AddDoctor(CLI::App& app) {
+Command DoctorCommand() {
   auto options = std::make_shared<doctor::Options>();
-  CLI::App* command = app.add_subcommand("doctor", "Say whether an installation is sound");
-  command
-      ->add_option("LIBRARY", options->libraries,
-                   "libqmsg, a plugin that uses it, or several objects that are to live in one "
-                   "process, in the order in which it loads them; default: the libqmsg that this "
-                   "tool runs with")
-      ->type_name("FILE");
-  command->add_flag("--json", options->json, "Print one JSON object");
-  command->add_flag("--no-load", options->no_load,
-                    "Only read the files. Otherwise they are loaded, which runs their code, in "
-                    "a process of their own");
-  command->add_option("--python", options->python, "Python to ask; default: python3 of PATH")
-      ->type_name("FILE");
-  command
-      ->add_option("--timeout", options->timeout,
-                   "How long loading, and Python, may take; default: 10")
-      ->type_name("SECONDS")
-      ->check(CLI::Range(0.001, 3600.0).description(""));
-  command->footer(
-      "Each finding is a line: its level (ok, note, warning or error), its subject (tool, "
-      "library,\n"
-      "runtime, load, schema, names or python) and what was found; what to do follows after '->'.\n"
-      "With --json: {\"version\": of the tool, \"sound\": true or false, \"findings\": "
-      "[{\"level\",\n"
-      "\"subject\", \"object\": a path or \"\", \"text\", \"advice\"}]}.\n"
-      "Exit status: 0 no warning and no error; 1 a warning or an error; 2 wrong use; 3 a LIBRARY\n"
-      "or the Python of --python cannot be opened.\n"
-      "\n"
-      "Example:\n"
-      "  qmsg doctor --timeout 5");
-  return {command, [options] { return doctor::Run(*options); }};
+  return {"doctor",
+          "Check an installation",
+          {{{"LIBRARY"},
+            "libqmsg, a plugin that uses it, or several objects in the order in which one process "
+            "loads them; default: the libqmsg that this tool uses",
+            &options->libraries,
+            "FILE"},
+           {{"--json"}, "Print one JSON object", &options->json},
+           {{"--no-load"},
+            "Only read the files. By default they are loaded in a separate process, which runs "
+            "their code",
+            &options->no_load},
+           {{"--python"}, "Python to check; default: python3 in PATH", &options->python, "FILE"},
+           {{"--timeout"},
+            "Time limit for loading, and for Python; default: 10",
+            BoundedNumber{&options->timeout, 0.001, 3600},
+            "SECONDS"}},
+          "Each finding is a line: its level (ok, note, warning or error), its subject (tool, "
+          "library,\n"
+          "runtime, load, schema, names or python) and the description; advice follows after "
+          "'->'.\n"
+          "With --json: {\"version\": of the tool, \"sound\": true or false, \"findings\": "
+          "[{\"level\",\n"
+          "\"subject\", \"object\": a path or \"\", \"text\", \"advice\"}]}.\n"
+          "Exit status: 0 no warning and no error; 1 a warning or an error; 2 wrong use; 3 a "
+          "LIBRARY\n"
+          "or the Python of --python cannot be opened.",
+          {"qmsg doctor --timeout 5"},
+          [options] { return doctor::Run(*options); }};
 }
 
 }  // namespace qmsg

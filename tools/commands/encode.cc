@@ -9,7 +9,7 @@
 #include <memory>
 
 #include "commands/commands.h"
-#include "commands/messages.h"
+#include "commands/message_input.h"
 #include "io/documents.h"
 #include "io/encoded_output.h"
 #include "schema/schema.h"
@@ -49,8 +49,8 @@ class FirstError : public pb::io::ErrorCollector {
 void ParseJson(const Document& document, pb::Message& message) {
   const pb::util::Status status = pb::util::JsonStringToMessage(document.text, &message);
   if (!status.ok()) {
-    throw Error(ExitCode::kBadData, "the JSON value from line " + std::to_string(document.line) +
-                                        " is no " + message.GetTypeName() + ": " +
+    throw Error(ExitCode::kBadData, "the JSON value at line " + std::to_string(document.line) +
+                                        " is not a valid " + message.GetTypeName() + ": " +
                                         status.message().ToString());
   }
 }
@@ -60,11 +60,11 @@ void ParseText(const Document& document, pb::Message& message) {
   pb::TextFormat::Parser parser;
   parser.RecordErrorsTo(&error);
   if (!parser.ParseFromString(document.text, &message)) {
-    throw Error(ExitCode::kBadData, "no " + message.GetTypeName() + ": " + error.text());
+    throw Error(ExitCode::kBadData, "not a valid " + message.GetTypeName() + ": " + error.text());
   }
 }
 
-// The same bytes for the same message, whatever the order of its maps.
+// Writes the same bytes for the same message: maps in the order of their keys.
 std::string Serialize(const pb::Message& message) {
   std::string bytes;
   pb::io::StringOutputStream stream(&bytes);
@@ -75,7 +75,8 @@ std::string Serialize(const pb::Message& message) {
   return bytes;
 }
 
-// From JSON the runtime makes content that has fields with a value of 0, as no writer does.
+// Parsing JSON, the runtime writes fields with the value 0 into the Any, which no serializer
+// writes.
 void Normalise(pb::Any& any) {
   const pb::Descriptor* type = TypeOf(any.type_url());
   const std::unique_ptr<pb::Message> content = type == nullptr ? nullptr : NewMessage(type);
@@ -150,31 +151,29 @@ class Encoder {
 ExitCode Encode(const Options& options) {
   if (options.out == Form::kBinary && Output::Standard().IsTerminal()) {
     throw Error(ExitCode::kWrongUse,
-                "a terminal cannot show these bytes: give --out hex, or send them to a file");
+                "a terminal cannot show these bytes: give --out hex, or redirect them to a file");
   }
   return Encoder(options).Run();
 }
 
 }  // namespace
 
-Command AddEncode(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("encode", "Turn JSON or text into the bytes of messages");
+Command EncodeCommand() {
   auto options = std::make_shared<Options>();
-  command->add_option("FILE", options->file, "What to read; -, or none: standard input")
-      ->type_name("FILE");
-  AddTypeOption(*command, options->type);
-  AddTextFormOption(*command, "--from", "What to read; default: json", options->from);
-  AddFormOption(*command, "--out", "What to write the bytes as; default: binary", options->out);
-  AddFramingOption(*command, options->framing);
-  command->footer(
-      std::string(kFramingHelp) +
-      "\n\nIn a stream JSON values stand one behind the other; each message in text ends with a "
-      "line\n"
-      "\"---\". With --framing any each names its type: {\"@type\": \"type.googleapis.com/NAME\", "
-      "...}.\n\n"
-      "Example:\n"
-      "  echo '{\"query\": \"SELECT 1\"}' | qmsg encode --type SqlQuery --out hex");
-  return {command, [options] { return Encode(*options); }};
+  return {"encode",
+          "Encode JSON or text as messages",
+          {{{"FILE"}, "Input file; default, or -: standard input", &options->file, "FILE"},
+           TypeOption(options->type),
+           TextFormOption("--from", "Format of the input; default: json", options->from),
+           FormOption("--out", "Encoding of the output; default: binary", options->out),
+           FramingOption(options->framing)},
+          std::string(kFramingHelp) +
+              "\n\nIn a stream, JSON values follow one another; a line \"---\" ends each message "
+              "in text.\n"
+              "With --framing any each names its type: "
+              "{\"@type\": \"type.googleapis.com/NAME\", ...}.",
+          {R"(echo '{"query": "SELECT 1"}' | qmsg encode --type SqlQuery --out hex)"},
+          [options] { return Encode(*options); }};
 }
 
 }  // namespace qmsg

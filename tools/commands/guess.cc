@@ -2,7 +2,7 @@
 #include <memory>
 
 #include "commands/commands.h"
-#include "commands/messages.h"
+#include "commands/message_input.h"
 #include "guess/hint.h"
 #include "guess/ranking.h"
 #include "io/json.h"
@@ -15,7 +15,7 @@ namespace {
 namespace pb = google::protobuf;
 
 constexpr std::size_t kWidth = 80;
-constexpr std::size_t kColumn = 13;  // where types stand
+constexpr std::size_t kColumn = 13;  // of the types
 constexpr std::size_t kShown = 3;    // candidates, unless all are asked for
 
 struct Options {
@@ -92,7 +92,7 @@ class Guesser {
     }
     Output& output = Output::Standard();
     if (bytes_ == 0) {
-      output.Write("Every type can be it: without bytes, a message has no fields.\n");
+      output.Write("Every type is possible: an empty input is a message without fields.\n");
       if (!options_.all) {
         return;
       }
@@ -118,12 +118,12 @@ class Guesser {
       text += (text.empty() ? head : kIndent) + type->full_name() + '\n';
     }
     if (candidate.types.size() > 1) {
-      text += kIndent + "  cannot be told apart by their bytes\n";
+      text += kIndent + "  these types have the same wire format\n";
     }
     Output::Standard().Write(text + Wrapped(candidate.evidence.Reasons(), kIndent + "  "));
   }
 
-  // How many candidates are shown: no rank in part, and none that fits badly behind one that fits.
+  // How many candidates are shown: whole ranks, and no bad fit after a good one.
   std::size_t Shown(const std::vector<Candidate>& candidates) const {
     if (options_.all || candidates.empty()) {
       return candidates.size();
@@ -182,7 +182,7 @@ class Guesser {
     }
     std::vector<std::string> parts;
     if (!out.empty()) {
-      parts.push_back(Types(out.size()) + " cannot be it");
+      parts.push_back(Types(out.size()) + " impossible");
     }
     if (hidden > 0) {
       parts.push_back(Types(hidden) + " less likely");
@@ -212,24 +212,23 @@ class Guesser {
 
 }  // namespace
 
-Command AddGuess(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("guess", "Say what type bytes are");
+Command GuessCommand() {
   auto options = std::make_shared<Options>();
-  command->add_option("FILE", options->file, "What to read; -, or none: standard input")
-      ->type_name("FILE");
-  AddFormOption(*command, "--in", "What the input is written as; default: binary", options->form);
-  AddFramingOption(*command, options->framing);
-  command->add_flag("--all", options->all, "Show all types, and why others cannot be it");
-  command->add_flag("--json", options->json, "Print JSON, with all types");
-  command->footer(
+  return {
+      "guess",
+      "Guess the type of a message",
+      {{{"FILE"}, "Input file; default, or -: standard input", &options->file, "FILE"},
+       FormOption("--in", "Encoding of the input; default: binary", options->form),
+       FramingOption(options->framing),
+       {{"--all"}, "Show all possible types, and why the others are not", &options->all},
+       {{"--json"}, "Print JSON, with all types", &options->json}},
       std::string(kFramingHelp) +
-      "\n\nThe messages of a delimited stream are judged together, as all of one type. In\n"
-      "a stream of Anys each counts for the type that it names.\n"
-      "A score is the sum of what speaks for a type and what against it; it compares\n"
-      "types for the same bytes, and nothing else.\n\n"
-      "Example:\n"
-      "  echo 0a03726571120c08012a0853454c4543542031 | qmsg guess --in hex --json");
-  return {command, [options] { return Guesser(*options).Run(); }};
+          "\n\nAll messages of a delimited stream are assumed to have one type. In a stream of\n"
+          "Anys each message counts for the type that it names.\n"
+          "A score adds up the evidence for a type and against it. Scores compare types for\n"
+          "the same bytes only.",
+      {"echo 0a03726571120c08012a0853454c4543542031 | qmsg guess --in hex --json"},
+      [options] { return Guesser(*options).Run(); }};
 }
 
 }  // namespace qmsg

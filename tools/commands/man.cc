@@ -1,17 +1,16 @@
 #include <sstream>
 
-#include "commands/command_line.h"
 #include "commands/commands.h"
 #include "io/output.h"
 
 namespace qmsg {
 namespace {
 
-// When the commands, and so the page, changed last. Not the day of the build: the same sources make
-// the same page.
-constexpr char kDate[] = "2026-11-21";
+// The last change of the commands, and thus of the page. Not the day of the build: the same sources
+// make the same page.
+constexpr char kDate[] = "2026-11-22";
 
-// Text for the macros of man(7), in which '-' would be a hyphen and quotes would be typographic.
+// Escapes text for the macros of man(7), which turn '-' into a hyphen and make quotes typographic.
 std::string Roff(const std::string& text) {
   std::string roff;
   for (const char character : text) {
@@ -47,40 +46,37 @@ std::string Roff(const std::string& text) {
 std::string Bold(const std::string& text) { return "\\fB" + Roff(text) + "\\fR"; }
 std::string Italic(const std::string& text) { return "\\fI" + Roff(text) + "\\fR"; }
 
-std::string Value(const OptionFacts& option) {
+std::string Value(const Option& option) {
   std::string choices;
   for (const std::string& choice : option.choices) {
     choices += (choices.empty() ? "" : "|") + Bold(choice);
   }
-  return option.choices.empty() ? Italic(option.type) : choices;
+  return option.choices.empty() ? Italic(option.value) : choices;
 }
 
-std::string Synopsis(const CommandFacts& command) {
+std::string Synopsis(const Command& command) {
   std::string line = Bold("qmsg " + command.name) + " [" + Italic("OPTION") + "...]";
-  for (const OptionFacts& argument : command.arguments) {
-    const std::string value = Value(argument) + (argument.repeated ? "..." : "");
-    line += " " + (argument.required ? value : "[" + value + "]");
+  for (const Option& argument : command.Arguments()) {
+    const std::string value = Value(argument) + (argument.IsRepeated() ? "..." : "");
+    line += " " + (argument.presence == Presence::kRequired ? value : "[" + value + "]");
   }
   return line;
 }
 
-std::string Entry(const OptionFacts& option) {
-  std::string names;
-  for (const std::string& name : option.names) {
-    names += (names.empty() ? "" : ", ") + Bold(name);
+std::string Entry(const Option& option) {
+  std::string entry;
+  if (!option.IsArgument()) {
+    for (const std::string& name : option.names) {
+      entry += (entry.empty() ? "" : ", ") + Bold(name);
+    }
   }
-  std::string entry = ".TP\n" + names;
-  if (!option.type.empty()) {
-    entry += (names.empty() ? "" : " ") + Value(option);
+  if (option.TakesValue()) {
+    entry += (entry.empty() ? "" : " ") + Value(option);
   }
-  entry += "\n" + Roff(option.description) + ".\n";
-  if (!option.default_value.empty()) {
-    entry += "Default: " + Bold(option.default_value) + ".\n";
-  }
-  return entry;
+  return ".TP\n" + entry + "\n" + Roff(option.help) + ".\n";
 }
 
-// Lines that begin with a space stay as they are.
+// Keeps lines that begin with a space as they are.
 std::string Notes(const std::string& notes) {
   std::string roff;
   std::istringstream lines(notes);
@@ -100,12 +96,12 @@ std::string Notes(const std::string& notes) {
   return roff + (table ? ".fi\n" : "");
 }
 
-std::string Section(const CommandFacts& command) {
-  std::string section = ".SS \"" + Synopsis(command) + "\"\n" + Roff(command.description) + ".\n";
-  for (const OptionFacts& argument : command.arguments) {
+std::string Section(const Command& command) {
+  std::string section = ".SS \"" + Synopsis(command) + "\"\n" + Roff(command.help) + ".\n";
+  for (const Option& argument : command.Arguments()) {
     section += Entry(argument);
   }
-  for (const OptionFacts& option : command.options) {
+  for (const Option& option : command.NamedOptions()) {
     section += Entry(option);
   }
   section += Notes(command.notes) + ".PP\nExample:\n.PP\n.RS 4\n.nf\n";
@@ -115,8 +111,7 @@ std::string Section(const CommandFacts& command) {
   return section + ".fi\n.RE\n";
 }
 
-std::string Page(const CLI::App& root) {
-  const CommandFacts tool = FactsOf(root);
+std::string Page(const CommandLine& line) {
   std::string page =
       std::string(".TH QMSG 1 ") + kDate + " \"qmsg " QMSG_VERSION "\" \"User Commands\"\n";
   page +=
@@ -124,28 +119,28 @@ std::string Page(const CLI::App& root) {
       "qmsg \\- read, write, check and explain messages\n"
       ".SH SYNOPSIS\n" +
       Bold("qmsg") + " " + Italic("COMMAND") + " [" + Italic("OPTION") + "...] [" +
-      Italic("ARGUMENT") + "...]\n.SH DESCRIPTION\n" + Roff(tool.description) +
+      Italic("ARGUMENT") + "...]\n.SH DESCRIPTION\n" + Roff(line.tool.help) +
       "\n.PP\n"
       "Standard output carries data, standard error everything else.\n"
-      "Names of messages and of what they consist of are given in full, or by as much of their\n"
-      "end as is unambiguous: " +
+      "Names of messages, fields and other elements are given in full, or by an unambiguous "
+      "end:\n" +
       Bold("quor.protobuf.Tarq.SqlQuery") + " or " + Bold("SqlQuery") +
       ".\nOffsets and indexes count from 0.\n.SH OPTIONS\n";
-  for (const OptionFacts& option : tool.options) {
+  for (const Option& option : line.tool.options) {
     page += Entry(option);
   }
   page += ".SH COMMANDS\n";
-  for (const CommandFacts& command : CommandsOf(root)) {
+  for (const Command& command : line.commands) {
     page += Section(command);
   }
   page +=
       ".SH EXIT STATUS\n"
       ".TP\n.B 0\nFine.\n"
       ".TP\n.B 1\nThe data is bad, or differs.\n"
-      ".TP\n.B 2\nThe command line is wrong: an unknown option, a name that nothing has.\n"
+      ".TP\n.B 2\nThe command line is wrong: an unknown option, an unknown name.\n"
       ".TP\n.B 3\nSomething could not be opened, read or written.\n"
       ".SH ENVIRONMENT\n"
-      ".TP\n.B NO_COLOR\nIf it is set and not empty, nothing is coloured.\n"
+      ".TP\n.B NO_COLOR\nIf it is set and not empty, the output has no colours.\n"
       "Without it, terminals get colours and files do not.\n"
       ".SH SEE ALSO\n"
       ".BR protoc (1),\n"
@@ -155,15 +150,12 @@ std::string Page(const CLI::App& root) {
 
 }  // namespace
 
-Command AddMan(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("man", "Write the manual page, for man and mandoc");
-  command->footer(
-      "Example:\n"
-      "  qmsg man > qmsg.1");
-  return {command, [&app] {
-            Output::Standard().Write(Page(app));
-            return ExitCode::kFine;
-          }};
+Command ManCommand(const CommandLine& line) {
+  return {
+      "man", "Write the manual page, for man and mandoc", {}, "", {"qmsg man > qmsg.1"}, [&line] {
+        Output::Standard().Write(Page(line));
+        return ExitCode::kFine;
+      }};
 }
 
 }  // namespace qmsg

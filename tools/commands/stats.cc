@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "commands/commands.h"
-#include "commands/messages.h"
+#include "commands/message_input.h"
 #include "io/json.h"
 #include "io/output.h"
 #include "stats/field_bytes.h"
@@ -40,7 +40,7 @@ class Statistics {
   void Add(const Received& received) {
     OfType& of_type = types_[received.type->full_name()];
     if (!of_type.fields.Add(received.bytes, received.type)) {
-      throw NoMessage(received);
+      throw InvalidMessage(received);
     }
     of_type.sizes.Add(received.bytes.size());
     Remember(received);
@@ -53,7 +53,7 @@ class Statistics {
   static constexpr std::array<std::pair<const char*, double>, 4> kQuantiles{
       {{"min", 0}, {"median", 0.5}, {"p99", 0.99}, {"max", 1}}};
 
-  // Keeps the largest ones, the first of equals first.
+  // Keeps the largest messages; of messages with the same size, the first.
   void Remember(const Received& received) {
     const std::uint64_t size = received.bytes.size();
     const auto place =
@@ -162,20 +162,19 @@ ExitCode Run(const Options& options) {
 
 }  // namespace
 
-Command AddStats(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("stats", "Count messages, their sizes and fields' bytes");
+Command StatsCommand() {
   auto options = std::make_shared<Options>();
   options->messages.prints_at_end = true;
-  AddMessageOptions(*command, options->messages);
-  command->add_option("--largest", options->largest, "How many large messages to name; default: 5")
-      ->type_name("COUNT");
-  command->add_flag("--json", options->json, "Print JSON");
-  command->footer(
-      std::string(kFramingHelp) +
-      "\n\nA field's bytes are those of its tag, its length and all that lies inside.\n\n"
-      "Example:\n"
-      "  qmsg stats --framing any stream.bin");
-  return {command, [options] { return Run(*options); }};
+  Command command{"stats", "Count messages, their sizes and the bytes of each field",
+                  MessageInputOptions(options->messages)};
+  command.options.push_back(
+      {{"--largest"}, "Number of large messages to list; default: 5", &options->largest, "COUNT"});
+  command.options.push_back({{"--json"}, "Print JSON", &options->json});
+  command.notes = std::string(kFramingHelp) +
+                  "\n\nThe bytes of a field include its tag, its length and everything inside it.";
+  command.examples = {"qmsg stats --framing any stream.bin"};
+  command.run = [options] { return Run(*options); };
+  return command;
 }
 
 }  // namespace qmsg

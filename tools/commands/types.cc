@@ -89,16 +89,14 @@ ExitCode Run(const Options& options) {
 
 }  // namespace
 
-Command AddTypes(CLI::App& app) {
+Command TypesCommand() {
   auto options = std::make_shared<Options>();
-  CLI::App* command =
-      app.add_subcommand("types", "List the messages and enums of the schema files");
-  command->add_flag("--json", options->json, "For programs");
-  command->footer(
-      "Example:\n"
-      "  qmsg types\n"
-      "  qmsg types --json");
-  return {command, [options] { return Run(*options); }};
+  return {"types",
+          "List the messages and enums of the schema files",
+          {{{"--json"}, "Print JSON", &options->json}},
+          "",
+          {"qmsg types", "qmsg types --json"},
+          [options] { return Run(*options); }};
 }
 
 }  // namespace qmsg

@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "commands/commands.h"
-#include "commands/messages.h"
+#include "commands/message_input.h"
 #include "io/escape.h"
 #include "io/output.h"
 #include "wire/hex_lines.h"
@@ -38,7 +38,7 @@ class Viewer {
       type_ = pb::Any::descriptor();
     }
     framing_ == Framing::kNone ? Whole() : Stream();
-    TellIfEmpty(input_, framing_);
+    WarnIfEmpty(input_, framing_);
     if (faults_ > 0) {
       Output::Standard().Flush();
       std::cerr << "qmsg: " << input_.name() << ": " << faults_
@@ -78,7 +78,7 @@ class Viewer {
     }
   }
 
-  // Shows what no frame can be found in: `begun`, and all that the input still has.
+  // Shows the rest of the input, in which no frame can be found, from `begun` on.
   void Rest(const std::string& begun, const std::string& reason) {
     std::uint64_t offset = input_.position() - begun.size();
     std::string block = begun.substr(0, HexLines::kBytes);
@@ -109,24 +109,23 @@ class Viewer {
 
 }  // namespace
 
-Command AddWire(CLI::App& app) {
-  CLI::App* command = app.add_subcommand("wire", "Show bytes in hex, field by field");
+Command WireCommand() {
   auto options = std::make_shared<Options>();
-  command->add_option("FILE", options->file, "What to read; -, or none: standard input")
-      ->type_name("FILE");
-  AddTypeOption(*command, options->type);
-  AddFormOption(*command, "--in", "What the input is written as; default: binary", options->form);
-  AddFramingOption(*command, options->framing);
-  command->add_flag("--full", options->full, "Show long values to their end");
-  command->footer(
+  return {
+      "wire",
+      "Show bytes in hex, field by field",
+      {{{"FILE"}, "Input file; default, or -: standard input", &options->file, "FILE"},
+       TypeOption(options->type),
+       FormOption("--in", "Encoding of the input; default: binary", options->form),
+       FramingOption(options->framing),
+       {{"--full"}, "Show long values in full", &options->full}},
       std::string(kFramingHelp) +
-      "\n\nEach field stands beside its bytes: name, number and type, value. Without --type,\n"
-      "and for what is not declared, the wire type stands in place of the type, and a\n"
-      "value with a length (len) is shown as what it looks like. Bytes are in\n"
-      "hexadecimal, offsets are not; .. stands for bytes left out, <- for what no parser takes.\n\n"
-      "Example:\n"
-      "  echo 2a0853454c4543542031 | qmsg wire --type SqlQuery --in hex");
-  return {command, [options] { return Viewer(*options).Run(); }};
+          "\n\nThe bytes of each field are followed by its name, number, type and value. Without\n"
+          "--type, and for undeclared fields, the wire type is shown instead, and the content\n"
+          "of a length-delimited value (len) is guessed. Bytes are hexadecimal, offsets\n"
+          "decimal; .. marks omitted bytes, <- a fault that no parser accepts.",
+      {"echo 2a0853454c4543542031 | qmsg wire --type SqlQuery --in hex"},
+      [options] { return Viewer(*options).Run(); }};
 }
 
 }  // namespace qmsg

@@ -1,25 +1,26 @@
 #include "completion/completion.h"
+#include "io/join.h"
 
 namespace qmsg {
 namespace {
 
 // The command that offers the values of an option or argument; empty if there are none to offer.
-std::string Offer(const OptionFacts& option) {
+std::string Offer(const Option& option) {
   if (!option.choices.empty()) {
     return "_qmsg_offer '" + Join(option.choices, " ") + "'";
   }
-  if (option.type == "TYPE") {
+  if (option.value == "TYPE") {
     return "_qmsg_offer \"$(_qmsg_types)\"";
   }
-  if (option.type == "NAME") {
+  if (option.value == "NAME") {
     return "_qmsg_offer \"$(_qmsg_names)\"";
   }
-  return option.type == "FILE" ? "_qmsg_offer_files" : "";
+  return option.value == "FILE" ? "_qmsg_offer_files" : "";
 }
 
-std::vector<std::string> OptionNames(const CommandFacts& command) {
+std::vector<std::string> OptionNames(const Command& command) {
   std::vector<std::string> names;
-  for (const OptionFacts& option : command.options) {
+  for (const Option& option : command.NamedOptions()) {
     names.insert(names.end(), option.names.begin(), option.names.end());
   }
   return names;
@@ -28,10 +29,10 @@ std::vector<std::string> OptionNames(const CommandFacts& command) {
 // One case for each option that takes a value: "'describe --format') ...".
 std::string OptionCases(const CompletionInput& input) {
   std::string cases;
-  for (const CommandFacts& command : input.commands) {
-    for (const OptionFacts& option : command.options) {
+  for (const Command& command : input.line.commands) {
+    for (const Option& option : command.NamedOptions()) {
       for (const std::string& name : option.names) {
-        if (!option.type.empty()) {
+        if (option.TakesValue()) {
           cases += "      '" + command.name + " " + name + "') " + Offer(option) + " ;;\n";
         }
       }
@@ -40,11 +41,12 @@ std::string OptionCases(const CompletionInput& input) {
   return cases;
 }
 
-std::string ArgumentCases(const CommandFacts& command) {
+std::string ArgumentCases(const Command& command) {
+  const std::vector<Option> arguments = command.Arguments();
   std::string cases;
-  for (std::size_t i = 0; i < command.arguments.size(); ++i) {
-    const OptionFacts& argument = command.arguments[i];
-    const std::string pattern = argument.repeated ? " '*" : " " + std::to_string(i) + "'";
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    const Option& argument = arguments[i];
+    const std::string pattern = argument.IsRepeated() ? " '*" : " " + std::to_string(i) + "'";
     cases += "      '" + command.name + pattern + ") " + Offer(argument) + " ;;\n";
   }
   return cases;
@@ -52,10 +54,10 @@ std::string ArgumentCases(const CommandFacts& command) {
 
 std::string ValueOptions(const CompletionInput& input) {
   std::vector<std::string> patterns;
-  for (const CommandFacts& command : input.commands) {
-    for (const OptionFacts& option : command.options) {
+  for (const Command& command : input.line.commands) {
+    for (const Option& option : command.NamedOptions()) {
       for (const std::string& name : option.names) {
-        if (!option.type.empty()) {
+        if (option.TakesValue()) {
           patterns.push_back("'" + command.name + " " + name + "'");
         }
       }
@@ -70,7 +72,7 @@ std::string BashCompletion(const CompletionInput& input) {
   std::vector<std::string> commands;
   std::string options;
   std::string arguments;
-  for (const CommandFacts& command : input.commands) {
+  for (const Command& command : input.line.commands) {
     commands.push_back(command.name);
     options +=
         "      " + command.name + ") _qmsg_offer '" + Join(OptionNames(command), " ") + "' ;;\n";
@@ -124,7 +126,7 @@ _qmsg() {
   elif [[ $current == -* ]]; then
     case $command in
       '') _qmsg_offer ')" +
-         Join(OptionNames(input.tool), " ") + "' ;;\n" + options + R"(    esac
+         Join(OptionNames(input.line.tool), " ") + "' ;;\n" + options + R"(    esac
   elif [[ -z $command ]]; then
     _qmsg_offer ')" +
          Join(commands, " ") + R"('

@@ -20,22 +20,14 @@ std::vector<std::string> NamesOf(const std::vector<Element>& elements) {
 
 }  // namespace
 
-CompletionInput CompletionInputOf(const CLI::App& root) {
+CompletionInput CompletionInputOf(const CommandLine& line) {
   std::vector<Element> messages;
   for (const Element& element : SchemaElements()) {
     if (std::holds_alternative<const pb::Descriptor*>(element)) {
       messages.push_back(element);
     }
   }
-  return {FactsOf(root), CommandsOf(root), NamesOf(messages), NamesOf(SchemaElements())};
-}
-
-std::string Join(const std::vector<std::string>& words, const std::string& separator) {
-  std::string text;
-  for (const std::string& word : words) {
-    text += (text.empty() ? "" : separator) + word;
-  }
-  return text;
+  return {line, NamesOf(messages), NamesOf(SchemaElements())};
 }
 
 }  // namespace qmsg

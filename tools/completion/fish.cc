@@ -1,4 +1,5 @@
 #include "completion/completion.h"
+#include "io/join.h"
 
 namespace qmsg {
 namespace {
@@ -13,29 +14,29 @@ std::string Quote(const std::string& text) {
 }
 
 // The options of `complete` that offer the values of an option or argument.
-std::string Values(const OptionFacts& option) {
+std::string Values(const Option& option) {
   if (!option.choices.empty()) {
     return " -x -a " + Quote(Join(option.choices, " "));
   }
-  if (option.type == "TYPE") {
+  if (option.value == "TYPE") {
     return " -x -a '(__qmsg_types)'";
   }
-  if (option.type == "NAME") {
+  if (option.value == "NAME") {
     return " -x -a '(__qmsg_names)'";
   }
-  return option.type == "FILE" ? " -r -F" : " -x";
+  return option.value == "FILE" ? " -r -F" : " -x";
 }
 
-std::string Options(const CommandFacts& command) {
+std::string Options(const Command& command) {
   std::string text;
-  for (const OptionFacts& option : command.options) {
+  for (const Option& option : command.NamedOptions()) {
     text += "complete -c qmsg -n '__qmsg_command_is " +
             (command.name.empty() ? "\"\"" : command.name) + "'";
     for (const std::string& name : option.names) {
       const bool is_long = name.rfind("--", 0) == 0;
       text += (is_long ? " -l " : " -s ") + name.substr(is_long ? 2 : 1);
     }
-    text += (option.type.empty() ? "" : Values(option)) + " -d " + Quote(option.description) + "\n";
+    text += (!option.TakesValue() ? "" : Values(option)) + " -d " + Quote(option.help) + "\n";
   }
   return text;
 }
@@ -64,14 +65,14 @@ end
 
 )" + Function("__qmsg_types", input.types) +
                        Function("__qmsg_names", input.names) + "complete -c qmsg -f\n" +
-                       Options(input.tool);
-  for (const CommandFacts& command : input.commands) {
+                       Options(input.line.tool);
+  for (const Command& command : input.line.commands) {
     script += "complete -c qmsg -n '__qmsg_command_is \"\"' -a " + command.name + " -d " +
-              Quote(command.description) + "\n";
+              Quote(command.help) + "\n";
   }
-  for (const CommandFacts& command : input.commands) {
+  for (const Command& command : input.line.commands) {
     script += Options(command);
-    for (const OptionFacts& argument : command.arguments) {
+    for (const Option& argument : command.Arguments()) {
       script +=
           "complete -c qmsg -n '__qmsg_command_is " + command.name + "'" + Values(argument) + "\n";
     }

@@ -1,4 +1,5 @@
 #include "completion/completion.h"
+#include "io/join.h"
 
 namespace qmsg {
 namespace {
@@ -22,43 +23,45 @@ std::string Backslash(const std::string& text, const std::string& characters) {
 }
 
 // What completes a value, as _arguments has it.
-std::string Action(const OptionFacts& option) {
+std::string Action(const Option& option) {
   if (!option.choices.empty()) {
     return "(" + Join(option.choices, " ") + ")";
   }
-  if (option.type == "TYPE") {
+  if (option.value == "TYPE") {
     return "_qmsg_types";
   }
-  if (option.type == "NAME") {
+  if (option.value == "NAME") {
     return "_qmsg_names";
   }
-  return option.type == "FILE" ? "_files" : " ";
+  return option.value == "FILE" ? "_files" : " ";
 }
 
 // What _arguments takes: a word for each option and argument.
-std::string ArgumentWords(const CommandFacts& command) {
+std::string ArgumentWords(const Command& command) {
   std::string text;
-  for (const OptionFacts& option : command.options) {
+  for (const Option& option : command.NamedOptions()) {
     for (const std::string& name : option.names) {
       std::string word = option.names.size() == 1 ? "" : "(" + Join(option.names, " ") + ")";
-      if (option.repeated) {
+      if (option.IsRepeated()) {
         word = "*";
       }
       word += name;
-      if (!option.type.empty()) {
+      if (option.TakesValue()) {
         word += name.rfind("--", 0) == 0 ? "=" : "+";
       }
-      word += "[" + Backslash(option.description, "[]\\") + "]";
-      if (!option.type.empty()) {
-        word += ":" + Backslash(option.type, ":\\") + ":" + Action(option);
+      word += "[" + Backslash(option.help, "[]\\") + "]";
+      if (option.TakesValue()) {
+        word += ":" + Backslash(option.Placeholder(), ":\\") + ":" + Action(option);
       }
       text += " \\\n        " + Quote(word);
     }
   }
-  for (std::size_t i = 0; i < command.arguments.size(); ++i) {
-    const OptionFacts& argument = command.arguments[i];
-    text += " \\\n        " + Quote((argument.repeated ? "*" : std::to_string(i + 1)) + ":" +
-                                    Backslash(argument.type, ":\\") + ":" + Action(argument));
+  const std::vector<Option> arguments = command.Arguments();
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    const Option& argument = arguments[i];
+    text +=
+        " \\\n        " + Quote((argument.IsRepeated() ? "*" : std::to_string(i + 1)) + ":" +
+                                Backslash(argument.Placeholder(), ":\\") + ":" + Action(argument));
   }
   return text;
 }
@@ -68,8 +71,8 @@ std::string ArgumentWords(const CommandFacts& command) {
 std::string ZshCompletion(const CompletionInput& input) {
   std::string commands;
   std::string cases;
-  for (const CommandFacts& command : input.commands) {
-    commands += "        " + Quote(command.name + ":" + command.description) + "\n";
+  for (const Command& command : input.line.commands) {
+    commands += "        " + Quote(command.name + ":" + command.help) + "\n";
     cases += "      " + command.name + ") _arguments" + ArgumentWords(command) + " ;;\n";
   }
   return R"(#compdef qmsg
@@ -89,7 +92,7 @@ _qmsg() {
   local curcontext=$curcontext state line
   typeset -A opt_args
   _arguments -C)" +
-         ArgumentWords(input.tool) + R"( \
+         ArgumentWords(input.line.tool) + R"( \
         '1:command:->command' '*::argument:->argument' && return
   case $state in
     command)

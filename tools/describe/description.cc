@@ -5,6 +5,7 @@
 
 #include <array>
 
+#include "io/text.h"
 #include "schema/comments.h"
 #include "schema/schema.h"
 
@@ -16,10 +17,10 @@ namespace {
 using pb::internal::WireFormat;
 using pb::internal::WireFormatLite;
 
-std::string TypeOf(const pb::FieldDescriptor* field) {
+std::string TypeText(const pb::FieldDescriptor* field) {
   if (field->is_map()) {
-    return "map<" + TypeOf(field->message_type()->map_key()) + ", " +
-           TypeOf(field->message_type()->map_value()) + ">";
+    return "map<" + TypeText(field->message_type()->map_key()) + ", " +
+           TypeText(field->message_type()->map_value()) + ">";
   }
   if (field->message_type() != nullptr) {
     return field->message_type()->full_name();
@@ -27,27 +28,26 @@ std::string TypeOf(const pb::FieldDescriptor* field) {
   return field->enum_type() != nullptr ? field->enum_type()->full_name() : field->type_name();
 }
 
-const char* CardinalityOf(const pb::FieldDescriptor* field) {
+const char* CardinalityText(const pb::FieldDescriptor* field) {
   if (field->is_map()) {
     return "map";
   }
   return field->is_repeated() ? "repeated" : "singular";
 }
 
-std::string TagOf(const pb::FieldDescriptor* field) {
-  static constexpr char kDigits[] = "0123456789abcdef";
+std::string TagText(const pb::FieldDescriptor* field) {
   std::array<pb::uint8, 5> bytes{};
   const pb::uint8* end =
       pb::io::CodedOutputStream::WriteVarint32ToArray(WireFormat::MakeTag(field), bytes.data());
   std::string text;
   for (const pb::uint8* byte = bytes.data(); byte != end; ++byte) {
     text += text.empty() ? "" : " ";
-    text += {kDigits[*byte >> 4U], kDigits[*byte & 15U]};
+    text += {kHexDigits[*byte >> 4U], kHexDigits[*byte & 15U]};
   }
   return text;
 }
 
-const char* WireTypeOf(const pb::FieldDescriptor* field) {
+const char* WireTypeText(const pb::FieldDescriptor* field) {
   switch (WireFormatLite::GetTagWireType(WireFormat::MakeTag(field))) {
     case WireFormatLite::WIRETYPE_VARINT:
       return "varint";
@@ -60,7 +60,7 @@ const char* WireTypeOf(const pb::FieldDescriptor* field) {
   }
 }
 
-std::string PresenceOf(const pb::FieldDescriptor* field) {
+std::string PresenceText(const pb::FieldDescriptor* field) {
   if (field->real_containing_oneof() != nullptr) {
     return "explicit, as a member of oneof " + field->real_containing_oneof()->name();
   }
@@ -84,11 +84,11 @@ std::string PresenceOf(const pb::FieldDescriptor* field) {
 
 FieldFacts FactsOf(const pb::FieldDescriptor* field) {
   const pb::OneofDescriptor* oneof = field->real_containing_oneof();
-  return {field->name(),        field->full_name(),
-          field->number(),      TypeOf(field),
-          CardinalityOf(field), TagOf(field),
-          WireTypeOf(field),    field->has_presence(),
-          PresenceOf(field),    oneof == nullptr ? "" : oneof->name(),
+  return {field->name(),          field->full_name(),
+          field->number(),        TypeText(field),
+          CardinalityText(field), TagText(field),
+          WireTypeText(field),    field->has_presence(),
+          PresenceText(field),    oneof == nullptr ? "" : oneof->name(),
           CommentOf(field)};
 }
 
@@ -128,7 +128,7 @@ std::vector<int> UnusedNumbers(const pb::Descriptor* message) {
 
 // Whether the field, or the values of a map, are of that type.
 bool IsOf(const pb::FieldDescriptor* field, const std::string& type) {
-  return TypeOf(field->is_map() ? field->message_type()->map_value() : field) == type;
+  return TypeText(field->is_map() ? field->message_type()->map_value() : field) == type;
 }
 
 std::vector<std::string> UsesOf(const std::string& type) {

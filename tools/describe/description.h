@@ -1,4 +1,4 @@
-// What there is to say about something that the schema files declare.
+// The description of an element that the schema files declare.
 #pragma once
 
 #include <string>

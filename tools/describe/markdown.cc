@@ -5,7 +5,7 @@
 namespace qmsg {
 namespace {
 
-// What Markdown would take for its own signs, outside of code between backquotes.
+// Escapes Markdown markup outside of code between backquotes.
 std::string Escape(const std::string& text, bool in_cell) {
   std::string escaped;
   bool in_code = false;

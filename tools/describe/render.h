@@ -1,4 +1,4 @@
-// A description in the forms that it is read in.
+// Renders a description.
 #pragma once
 
 #include <string>
@@ -13,7 +13,7 @@ std::string AsText(const Description& description, bool colour);
 // To paste into a document: a heading of the third level, tables.
 std::string AsMarkdown(const Description& description);
 
-// One object, with the same keys for every kind; lists that the kind has not are empty.
+// One object, with the same keys for every kind; lists that the kind does not have are empty.
 std::string AsJson(const Description& description);
 
 }  // namespace qmsg

@@ -1,4 +1,4 @@
-// The checks, each of which adds what it finds.
+// The checks. Each adds its findings.
 #pragma once
 
 #include <chrono>
@@ -11,34 +11,34 @@
 
 namespace qmsg::doctor {
 
-// What a process that has no libqmsg yet came to know by opening objects.
+// The state of a separate process, started without libqmsg, after loading the objects.
 struct Loading {
-  std::vector<std::string> loaded;       // paths of all objects in the process
-  std::vector<SchemaFile> schema_files;  // what is registered, without packages
+  std::vector<std::string> loaded;       // paths of all objects in that process
+  std::vector<SchemaFile> schema_files;  // the registered files, without packages
 };
 
-// Names, versions and forms of the objects, and of this tool.
+// Names, versions and formats of the objects, and of this tool.
 void CheckObjects(const std::vector<Object>& objects, Findings& findings);
 
 // The protobuf runtime that is in use, and those that the objects were built for.
 void CheckRuntime(const std::vector<Object>& objects, Findings& findings);
 
-// Opens the objects in turn in a process of their own, as an extension's host does. Nothing if that
-// process did not come to its end.
+// Loads the objects in turn in a separate process, as the host of an extension does. Returns
+// nothing if that process did not finish.
 std::optional<Loading> CheckLoading(const std::vector<Object>& objects,
                                     std::chrono::milliseconds limit, Findings& findings);
 
-// Whether the schema files are registered as this tool knows them; without `loading`, whether the
-// objects have them.
+// Whether the schema files that this tool knows are registered; without `loading`, whether the
+// objects contain them.
 void CheckSchema(const std::vector<Object>& objects, const std::optional<Loading>& loading,
                  Findings& findings);
 
-// Schema files that two objects have, of which a process can have only one.
+// Schema files that are in two objects; a process can have each only once.
 void CheckNames(const std::vector<Object>& objects, const std::optional<Loading>& loading,
                 Findings& findings);
 
-// Which implementation of protobuf that Python has. Throws Error if `python` is not empty and
-// cannot be run; if it is empty, python3 is taken, which need not be there.
+// The protobuf implementation of that Python. Throws Error if `python` is not empty and cannot be
+// run; if it is empty, checks python3, which may be missing.
 void CheckPython(const std::string& python, std::chrono::milliseconds limit, Findings& findings);
 
 }  // namespace qmsg::doctor

@@ -55,8 +55,8 @@ class Pipe {
     }
   }
 
-  // Takes what is there, and keeps of it what is within the limit. Stops after a while even if a
-  // writer never does.
+  // Reads the available bytes and keeps them up to the limit. Returns after a while even if the
+  // writer never stops.
   void Drain(std::string& text, std::size_t limit) {
     std::array<char, 65536> block{};
     for (int i = 0; i < 64 && !at_end_; ++i) {
@@ -81,14 +81,14 @@ struct Pipes {
   Pipe start;
 };
 
-// Between fork and exec: only what is safe there.
+// Between fork and exec: calls only async-signal-safe functions.
 [[noreturn]] void Become(char* const* arguments, const Pipes& pipes, pid_t parent) {
   setpgid(0, 0);
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   const rlimit none{0, 0};
   setrlimit(RLIMIT_CORE, &none);
   const int empty = open("/dev/null", O_RDONLY | O_CLOEXEC);
-  // Away from the numbers that the child is to have.
+  // Moved away from the descriptors that the child needs.
   const int output = fcntl(pipes.output.writer(), F_DUPFD_CLOEXEC, 10);
   const int errors = fcntl(pipes.errors.writer(), F_DUPFD_CLOEXEC, 10);
   const int report = fcntl(pipes.report.writer(), F_DUPFD_CLOEXEC, 10);
@@ -124,7 +124,7 @@ ChildResult RunChild(const std::vector<std::string>& command, std::chrono::milli
   if (child == 0) {
     Become(arguments.data(), pipes, parent);
   }
-  setpgid(child, child);  // as the child does: one of them is first
+  setpgid(child, child);  // as in the child, whichever runs first
   for (Pipe* pipe : {&pipes.output, &pipes.errors, &pipes.report, &pipes.start}) {
     pipe->CloseWriter();
   }
@@ -136,11 +136,11 @@ ChildResult RunChild(const std::vector<std::string>& command, std::chrono::milli
   };
   const auto has_ended = [child] {
     siginfo_t info{};
-    // It stays a zombie, whose number no other group of processes can get.
+    // It stays a zombie, so its process group id cannot be reused.
     return waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOHANG | WNOWAIT) != 0 ||
            info.si_pid == child;
   };
-  // The end of the pipes says nothing: a process that the child leaves behind may hold them.
+  // The pipes may stay open after its end: a process that it left behind can hold them.
   while (!has_ended()) {
     if (Clock::now() >= deadline) {
       result.timed_out = true;
@@ -180,7 +180,7 @@ std::string HowItEnded(const ChildResult& result, std::chrono::milliseconds limi
   }
   if (result.signal != 0) {
     const char* description = sigdescr_np(result.signal);
-    return "was ended by signal " + std::to_string(result.signal) + " (" +
+    return "was killed by signal " + std::to_string(result.signal) + " (" +
            (description != nullptr ? description : "unknown") + ")";
   }
   return "ended with status " + std::to_string(result.status);

@@ -31,7 +31,7 @@ constexpr int kMachine = EM_S390;
 #elif defined(__riscv)
 constexpr int kMachine = EM_RISCV;
 #else
-constexpr int kMachine = EM_NONE;  // not known: left to the loader
+constexpr int kMachine = EM_NONE;  // unknown: the loader decides
 #endif
 
 constexpr int kClass = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32;
@@ -55,8 +55,8 @@ class Reader {
   }
 
   bool RefuseEnd(std::uint64_t end) {
-    if (end <= bytes_.size()) {  // it is beyond the largest number
-      return Refuse("is damaged: parts of it would lie outside of any file");
+    if (end <= bytes_.size()) {  // the addition has overflowed
+      return Refuse("is damaged: an offset in it exceeds any file size");
     }
     return Refuse("is cut off: it should have at least " + std::to_string(end) + " bytes and has " +
                   std::to_string(bytes_.size()));
@@ -77,7 +77,7 @@ class Reader {
     return value;
   }
 
-  // The text at that place of a table of strings.
+  // The string at that index of a string table.
   std::string Text(std::uint64_t table, std::uint64_t size, std::uint64_t index) const {
     if (!Has(table, size) || index >= size) {
       return "";
@@ -89,7 +89,7 @@ class Reader {
 
   bool ReadHeader() {
     if (bytes_.substr(0, SELFMAG) != ELFMAG) {
-      return Refuse(bytes_.empty() ? "is empty" : "is no ELF file, which every library here is");
+      return Refuse(bytes_.empty() ? "is empty" : "is not an ELF file");
     }
     const std::optional<Header> header = At<Header>(0);
     if (!header) {
@@ -103,7 +103,7 @@ class Reader {
                     std::to_string(kMachine) + ")");
     }
     if (header_.e_type != ET_DYN && header_.e_type != ET_EXEC) {
-      return Refuse("is no shared object: its ELF type is " + std::to_string(header_.e_type));
+      return Refuse("is not a shared object: its ELF type is " + std::to_string(header_.e_type));
     }
     file_.is_program = header_.e_type == ET_EXEC;
     return true;
@@ -111,7 +111,7 @@ class Reader {
 
   bool ReadSegments() {
     if (header_.e_phnum == 0 || header_.e_phentsize != sizeof(Segment)) {
-      return Refuse("is damaged: its table of segments is none");
+      return Refuse("is damaged: it has no valid segment table");
     }
     for (std::uint64_t i = 0; i < header_.e_phnum; ++i) {
       const std::uint64_t offset = header_.e_phoff + i * sizeof(Segment);
@@ -133,7 +133,7 @@ class Reader {
     return true;
   }
 
-  // A library need not have sections; if it has, they are the end of the file.
+  // Sections are optional; if there are any, their table ends the file.
   bool ReadSections() {
     if (header_.e_shoff == 0 || header_.e_shentsize != sizeof(Section)) {
       return true;
@@ -196,8 +196,8 @@ class Reader {
       }
     }
     if (!table || !Has(*table, size)) {
-      Refuse(entries.empty() ? "is no shared object: nothing in it is for the loader"
-                             : "is damaged: its names for the loader lie outside of it");
+      Refuse(entries.empty() ? "is not a shared object: it has no dynamic section"
+                             : "is damaged: its dynamic string table lies outside the file");
       return;
     }
     for (const Dynamic& entry : entries) {

@@ -1,4 +1,4 @@
-// Reads an ELF file of this machine's kind, which may be damaged or made to do harm.
+// Reads an ELF file for this machine, which may be damaged or malicious.
 #pragma once
 
 #include <string>
@@ -9,14 +9,14 @@
 namespace qmsg::doctor {
 
 struct ElfFile {
-  // Why no loader could take it, as the rest of a sentence about the file. Empty: nothing is wrong,
-  // and only then the rest says anything.
+  // Why no loader accepts it, as the rest of a sentence about the file. The other members are only
+  // valid if it is empty.
   std::string fault;
   bool is_program = false;
   std::string soname;                // empty: it has none
   std::vector<std::string> needed;   // SONAMEs of the libraries that it is linked with
-  std::vector<std::string> exports;  // names of what it defines for others
-  // Offset and size of the parts that are loaded, in bytes of the file.
+  std::vector<std::string> exports;  // names of the symbols it exports
+  // Offset and size in the file of the loaded segments.
   std::vector<std::pair<std::size_t, std::size_t>> loaded;
 };
 

@@ -8,11 +8,11 @@ namespace qmsg::doctor {
 namespace {
 
 constexpr std::string_view kEnding = ".proto";
-constexpr std::size_t kLongest = 127;  // of texts whose length is one byte
+constexpr std::size_t kLongest = 127;  // longest string with a length of one byte
 // Tags of FileDescriptorProto, all of wire type 2.
 constexpr char kName = 0x0a;
 constexpr char kPackage = 0x12;
-// What can follow the name: package, dependency, message, enum, service, extension, options,
+// Tags that can follow the name: package, dependency, message, enum, service, extension, options,
 // public and weak dependencies, syntax.
 constexpr std::string_view kNext = "\x12\x1a\x22\x2a\x32\x3a\x42\x50\x58\x62";
 
@@ -21,7 +21,7 @@ bool IsPrintable(std::string_view text) {
                      [](char character) { return character >= 0x20 && character < 0x7f; });
 }
 
-// Where the descriptor begins whose name ends before `end`.
+// Where the descriptor begins that has the name ending at `end`.
 std::optional<std::size_t> Begin(std::string_view bytes, std::size_t end) {
   for (std::size_t size = kEnding.size() + 1; size <= kLongest && size + 2 <= end; ++size) {
     const std::size_t begin = end - size - 2;

@@ -1,4 +1,4 @@
-// The schema files that are compiled into an object, whether its symbols show it or not.
+// Finds the schema files that are compiled into an object, even if its symbols do not show them.
 #pragma once
 
 #include <string>
@@ -13,8 +13,8 @@ struct EmbeddedFile {
   std::size_t offset;   // of its serialised FileDescriptorProto
 };
 
-// Generated code holds the serialised FileDescriptorProto of its schema file, which begins with the
-// file's name. Finds files whose name ends in ".proto" and has at most 127 bytes.
+// Generated code contains the serialised FileDescriptorProto of its schema file, which begins with
+// the file's name. Finds files with names that end in ".proto" and have at most 127 bytes.
 std::vector<EmbeddedFile> FindEmbeddedFiles(std::string_view bytes);
 
 }  // namespace qmsg::doctor

@@ -33,7 +33,8 @@ std::string Padded(std::string text, std::size_t width) {
   return text;
 }
 
-// Paths and what foreign code writes may hold anything; a terminal shall not obey it.
+// Paths and the output of foreign code may hold escape sequences; a terminal must not interpret
+// them.
 std::string OneLine(std::string_view text) {
   std::string line;
   while (!text.empty()) {
@@ -42,7 +43,7 @@ std::string OneLine(std::string_view text) {
     if (first == '\n' || first == '\t') {
       line += ' ';
     } else if (first == '"' || first == '\\') {
-      line += first;  // nothing to escape from
+      line += first;  // the text is not in quotation marks
     } else {
       line += one.text;
     }

@@ -1,4 +1,4 @@
-// What is told about an installation.
+// Findings about an installation.
 #pragma once
 
 #include <string>
@@ -13,14 +13,14 @@ enum class Level { kOk, kNote, kWarning, kError };
 struct Finding {
   Level level;
   std::string subject;  // one of: tool, library, runtime, load, schema, names, python
-  std::string object;   // path of the file that it is about; empty where there is none
-  std::string text;     // may hold any bytes, such as those of a path
-  std::string advice;   // what to do; empty where nothing is to be done
+  std::string object;   // path of the file; empty if there is none
+  std::string text;     // may hold arbitrary bytes, for example of a path
+  std::string advice;   // what to do; empty if nothing
 };
 
 using Findings = std::vector<Finding>;
 
-// Whether there is no warning and no error.
+// Whether there are neither warnings nor errors.
 bool IsSound(const Findings& findings);
 
 // A line for each finding, and one for each advice.

@@ -10,13 +10,13 @@ namespace {
 
 constexpr std::size_t kQuotedLines = 2;
 constexpr std::size_t kQuotedBytes = 600;
-constexpr std::size_t kMostLoaded = 1000;  // objects, of those that the probe names
+constexpr std::size_t kMostLoaded = 1000;  // of the objects that the probe names
 
-// What the runtime writes ahead of a name when it refuses a schema file.
+// The runtime prints this before a name when it refuses a schema file.
 constexpr char kFileExists[] = "File already exists in database: ";
 constexpr char kSymbolExists[] = "Symbol name \"";
 
-// The first lines of what it wrote to standard error.
+// The first lines of its standard error.
 std::string Quoted(const std::string& errors) {
   std::istringstream lines(errors);
   std::string quoted;
@@ -34,23 +34,24 @@ std::string Explain(const std::string& errors) {
   const std::size_t file = errors.find(kFileExists);
   if (file != std::string::npos) {
     const std::size_t name = file + sizeof(kFileExists) - 1;
-    return "a process can have one schema file of a name, and two objects have " +
+    return "a process can have one schema file of each name, and two objects have " +
            errors.substr(name, errors.find_first_of(" \n", name) - name) +
-           ": see 'names' for which; keep one of them, or generate the other's classes from a "
+           ": 'names' lists them; keep one of them, or generate the other's classes from a "
            "folder of its own";
   }
   if (errors.find(kSymbolExists) != std::string::npos) {
-    return "two objects have the same messages: see 'names' for which; link with libqmsg instead "
+    return "two objects have the same messages: 'names' lists them; link with libqmsg instead "
            "of generating classes from its schema files";
   }
-  return "take it out, install it again or ask its makers: a process that loads it ends this way";
+  return "remove it, reinstall it or report it to its vendor: a process that loads it ends this "
+         "way";
 }
 
 constexpr char kOtherVersion[] =
-    "it was built against another version of libqmsg or protobuf: build it again, or install what "
-    "it was built against";
+    "it was built against another version of libqmsg or protobuf: rebuild it, or install that "
+    "version";
 
-// Whether the symbol is one of the messages, or of the runtime; a host has others of its own.
+// Whether the symbol belongs to the messages or to the runtime, rather than to a host program.
 bool IsOurs(const std::string& reason) {
   return reason.find("4quor8protobuf") != std::string::npos ||
          reason.find("6google8protobuf") != std::string::npos ||
@@ -59,17 +60,17 @@ bool IsOurs(const std::string& reason) {
 
 std::string ExplainRefusal(const std::string& reason) {
   if (reason.find("cannot open shared object file") != std::string::npos) {
-    return "install the library that is missing, or add its folder to LD_LIBRARY_PATH and, for "
-           "good, to /etc/ld.so.conf.d, and run ldconfig";
+    return "install the missing library, or add its folder to LD_LIBRARY_PATH or, permanently, to "
+           "/etc/ld.so.conf.d and run ldconfig";
   }
   if (reason.find("undefined symbol") != std::string::npos) {
     return IsOurs(reason) ? kOtherVersion
-                          : "load it in the program that it is made for, whose symbol that may be";
+                          : "load it in its host program, which may define the symbol";
   }
   if (reason.find("version `") != std::string::npos) {
-    return "it was built on a newer system: build it on this one";
+    return "it was built on a newer system: rebuild it on this one";
   }
-  return "install it again, or build it for this system";
+  return "reinstall it, or build it for this system";
 }
 
 std::string Unhex(const std::string& text) {
@@ -84,7 +85,7 @@ std::string Unhex(const std::string& text) {
   return bytes;
 }
 
-// Reads what the probe reported, which the objects in its process may have garbled.
+// Reads the report of the probe, which the objects in its process may have garbled.
 class Report {
  public:
   Report(const std::vector<const Object*>& objects, Findings& findings)
@@ -134,11 +135,11 @@ class Report {
     if (IsOurs(reason)) {
       all_opened_ = false;
       findings_.push_back({Level::kError, "load", last_->path,
-                           last_->path + " misses a symbol: " + reason, kOtherVersion});
+                           last_->path + " lacks a symbol: " + reason, kOtherVersion});
     } else {
       findings_.push_back({Level::kNote, "load", last_->path,
-                           last_->path + " misses a symbol: " + reason,
-                           "if its host has that symbol, nothing is to be done"});
+                           last_->path + " lacks a symbol: " + reason,
+                           "nothing to do if its host program defines the symbol"});
     }
   }
 
@@ -160,7 +161,7 @@ std::optional<Loading> CheckLoading(const std::vector<Object>& objects,
   if (command.front().empty()) {
     findings.push_back({Level::kWarning, "load", "",
                         "nothing was loaded: the program qmsg-probe is missing",
-                        "install this tool again, or say --no-load"});
+                        "reinstall this tool, or give --no-load"});
     return std::nullopt;
   }
   for (const SchemaFile& file : KnownSchemaFiles()) {
@@ -195,7 +196,7 @@ std::optional<Loading> CheckLoading(const std::vector<Object>& objects,
   const std::string path = report.last() == nullptr ? "" : report.last()->path;
   if (report.last() == nullptr) {
     findings.push_back({Level::kError, "load", "", "the process that loads libraries " + how,
-                        "install this tool and protobuf again"});
+                        "reinstall this tool and protobuf"});
   } else if (report.at_end()) {
     findings.push_back({Level::kError, "load", path,
                         "the process that had loaded " + path + " " + how, Explain("")});

@@ -5,6 +5,8 @@
 #include "doctor/checks.h"
 #include "doctor/process.h"
 #include "error.h"
+#include "io/join.h"
+#include "io/text.h"
 
 namespace qmsg::doctor {
 namespace {
@@ -16,7 +18,7 @@ constexpr char kLink[] =
     "link the module with libqmsg and include its headers, instead of generating classes from its "
     "schema files";
 
-// All objects that would be in the process, each once.
+// All objects that share the process, each once.
 std::vector<Object> Together(const std::vector<Object>& objects,
                              const std::optional<Loading>& loading) {
   std::vector<Object> together;
@@ -30,7 +32,7 @@ std::vector<Object> Together(const std::vector<Object>& objects,
     add(object);
   }
   std::vector<std::string> others = loading ? loading->loaded : std::vector<std::string>();
-  // Without a process that has loaded them: the library which the loader gives this tool too.
+  // Nothing was loaded: assume the library that this tool was loaded with.
   const std::string library = LoadedObject("libqmsg");
   const bool has_other = std::any_of(objects.begin(), objects.end(), [](const Object& object) {
     return object.elf.soname.rfind("libqmsg.so", 0) == 0;
@@ -44,7 +46,7 @@ std::vector<Object> Together(const std::vector<Object>& objects,
     try {
       add(ReadObject(path));
     } catch (const Error&) {
-      continue;  // it has gone since
+      continue;  // it was deleted meanwhile
     }
   }
   return together;
@@ -60,8 +62,8 @@ std::string Paths(const std::vector<const Object*>& objects) {
 
 struct Clash {
   std::vector<std::string> names;
-  bool all_known = true;  // all have the same content, that of the library
-  bool exported = true;   // all have their tables under the same exported name
+  bool all_known = true;  // all have the content of the library
+  bool exported = true;   // all export the descriptor table under the same name
 };
 
 std::string TableName(const std::string& file) {
@@ -70,16 +72,15 @@ std::string TableName(const std::string& file) {
     const bool plain = (character >= 'a' && character <= 'z') ||
                        (character >= 'A' && character <= 'Z') ||
                        (character >= '0' && character <= '9');
-    static constexpr char kDigits[] = "0123456789abcdef";
     const auto byte = static_cast<unsigned char>(character);
     if (plain) {
       name += character;
     } else {
       name += '_';
       if (byte >= 16) {
-        name += kDigits[byte >> 4];
+        name += kHexDigits[byte >> 4];
       }
-      name += kDigits[byte & 15];
+      name += kHexDigits[byte & 15];
     }
   }
   return name;
@@ -94,7 +95,7 @@ using Carriers = std::vector<const Object*>;
 
 std::map<Carriers, Clash> FindClashes(const std::vector<Object>& together) {
   std::map<std::string, Carriers> carriers;
-  std::set<std::string> foreign;  // names that somewhere have a content of their own
+  std::set<std::string> foreign;  // names with other content in some object
   for (const Object& object : together) {
     for (const Carried& carried : object.files) {
       Carriers& known = carriers[carried.file.name];
@@ -124,40 +125,38 @@ std::map<Carriers, Clash> FindClashes(const std::vector<Object>& together) {
 
 Finding Tell(const Carriers& objects, const Clash& clash) {
   const std::string paths = Paths(objects);
-  std::string names;
-  for (const std::string& name : clash.names) {
-    names += (names.empty() ? "" : ", ") + name;
-  }
+  const std::string names = Join(clash.names, ", ");
   if (clash.all_known && clash.names.size() == KnownSchemaFiles().size()) {
     return {Level::kError, "names", objects.back()->path,
             "copies of libqmsg: " + paths +
-                "; a process ends when it loads the second one (\"File already exists in "
+                "; a process aborts when it loads the second one (\"File already exists in "
                 "database: " +
                 KnownSchemaFiles().front().name + "\")",
             "keep one of them, and make the others symbolic links to it"};
   }
   std::string text = names + (clash.names.size() == 1 ? " is in " : " are in ") + paths +
-                     "; a process ends when it loads the second one (\"File already exists in "
+                     "; a process aborts when it loads the second one (\"File already exists in "
                      "database: " +
                      clash.names.front() + "\")";
   if (clash.exported && !clash.all_known) {
-    text += ", or, where the first is global, crashes later";
+    text += ", or crashes later if the first was loaded globally";
   }
   return {Level::kError, "names", objects.back()->path, text, clash.all_known ? kLink : kOwnFolder};
 }
 
-// The same messages under another file name.
+// Packages of the library under another file name.
 void AddForeignPackages(const std::vector<Object>& together, Findings& findings) {
   for (const Object& object : together) {
     for (const Carried& carried : object.files) {
       for (const SchemaFile& known : KnownSchemaFiles()) {
         if (carried.file.package == known.package && carried.file.name != known.name) {
-          findings.push_back({Level::kError, "names", object.path,
-                              object.path + " has " + carried.file.name + ", whose package " +
-                                  known.package + " is that of libqmsg's " + known.name +
-                                  "; a process ends when it loads both and they have a message of "
-                                  "the same name (\"Symbol name ... conflicts\")",
-                              kLink});
+          findings.push_back(
+              {Level::kError, "names", object.path,
+               object.path + " has " + carried.file.name + ", whose package " + known.package +
+                   " is that of libqmsg's " + known.name +
+                   "; a process aborts when it loads both and they have a message of "
+                   "the same name (\"Symbol name ... conflicts\")",
+               kLink});
         }
       }
     }
@@ -180,7 +179,8 @@ void CheckNames(const std::vector<Object>& objects, const std::optional<Loading>
   if (findings.size() == before) {
     findings.push_back(
         {Level::kOk, "names", "",
-         "no schema file is in two objects; looked at: " + std::to_string(together.size()), ""});
+         "no schema file is in two objects; objects checked: " + std::to_string(together.size()),
+         ""});
   }
 }
 

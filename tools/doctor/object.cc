@@ -28,7 +28,7 @@ const std::vector<SchemaFile>& KnownSchemaFiles() {
 
 namespace {
 
-// The one of that name; null if there is none.
+// The schema file of that name; null if there is none.
 const SchemaFile* FindKnownSchemaFile(const std::string& name) {
   const auto& files = KnownSchemaFiles();
   const auto found = std::find_if(files.begin(), files.end(),
@@ -56,12 +56,12 @@ Object ReadObject(const std::string& path) {
   if (error) {
     throw Error(ExitCode::kInputOutput, "cannot open '" + path + "': " + error.message());
   }
-  // To open a pipe or a device could take for ever.
+  // Opening a pipe or a device could block forever.
   if (!fs::is_regular_file(object.path, error)) {
-    throw Error(ExitCode::kInputOutput,
-                "'" + path + "' is " +
-                    (fs::is_directory(object.path, error) ? "a directory; name the library in it"
-                                                          : "no file; name a shared library"));
+    throw Error(ExitCode::kInputOutput, "'" + path + "' is " +
+                                            (fs::is_directory(object.path, error)
+                                                 ? "a directory; name the library in it"
+                                                 : "not a regular file; name a shared library"));
   }
   Input input(object.path, Form::kBinary);
   const std::string bytes = ReadAll(input);

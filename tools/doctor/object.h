@@ -1,4 +1,4 @@
-// A shared object as it lies in its file.
+// A shared object in its file.
 #pragma once
 
 #include <string>
@@ -15,12 +15,12 @@ struct SchemaFile {
   std::string bytes;    // the serialised FileDescriptorProto
 };
 
-// The schema files as this tool knows them.
+// The schema files that this tool was built with.
 const std::vector<SchemaFile>& KnownSchemaFiles();
 
 struct Carried {
   EmbeddedFile file;
-  bool known;  // it is, byte by byte, the schema file of that name
+  bool known;  // it is byte-identical to the known schema file of that name
 };
 
 struct Object {
@@ -30,14 +30,14 @@ struct Object {
 
   bool IsUsable() const { return elf.fault.empty() && !elf.is_program; }
   bool Needs(const std::string& soname) const;
-  // The first SONAME that it is linked with that begins so; empty if there is none.
+  // The first SONAME in `needed` with that prefix; empty if there is none.
   std::string Needed(const std::string& beginning) const;
 };
 
-// Throws Error if there is no file of that name, or none that can be read.
+// Throws Error if the file does not exist or cannot be read.
 Object ReadObject(const std::string& path);
 
-// "1.0.0" of libqmsg.so.1.0.0; "unknown" where the name ends otherwise.
+// "1.0.0" of libqmsg.so.1.0.0; "unknown" if the name does not end so.
 std::string VersionOf(const std::string& path);
 
 }  // namespace qmsg::doctor

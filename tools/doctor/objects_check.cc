@@ -14,11 +14,11 @@ void CheckObject(const Object& object, const std::string& own_soname, Findings& 
     add(Level::kError, object.elf.fault,
         "install the library again, or name its file: libqmsg.so.1");
   } else if (object.elf.is_program) {
-    add(Level::kError, "is a program, which no process can load",
+    add(Level::kError, "is a program; a process cannot load it",
         "name the libraries that it loads; ldd lists them");
   } else if (soname.rfind("libqmsg.so", 0) == 0 && soname != own_soname) {
     add(Level::kError, "has the SONAME " + soname + "; this tool was built for " + own_soname,
-        "programs for one of them do not start with the other: use the tool of the same version");
+        "programs built for one do not start with the other: use the tool of the same version");
   } else if (soname == own_soname && version != "unknown" && version != QMSG_VERSION) {
     add(Level::kWarning, "is version " + version + ", this tool is " QMSG_VERSION,
         "install the tool and the library from the same version");

@@ -1,14 +1,14 @@
-// Loads objects as a process without libqmsg does, and writes what happens to descriptor 3. A
-// program of its own: the tool has the library already, and a second copy would not be noticed.
+// Loads objects into a process without libqmsg, and writes a report to descriptor 3. This is a
+// separate program because the tool has already loaded the library, which would hide a second copy.
 //
 //   qmsg-probe FILE... -- OBJECT...
 //
 // Lines of the report, in this order:
 //   opening N           object N, counted from 0, is being opened
-//   undefined N REASON  a symbol is missing, and it is opened without it
-//   refused N REASON    it could not be opened
-//   loaded PATH         an object that is in the process at the end
-//   file NAME HEX       a schema file that is registered, and its serialised FileDescriptorProto
+//   undefined N REASON  a symbol is missing; the object was opened lazily
+//   refused N REASON    object N could not be opened
+//   loaded PATH         an object in the process at the end
+//   file NAME HEX       a registered schema file, and its serialised FileDescriptorProto
 //   end
 
 #include <dlfcn.h>

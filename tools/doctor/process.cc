@@ -44,7 +44,7 @@ std::string LoadedObject(const std::string& beginning) {
 std::string HeaderVersion() { return pb::internal::VersionString(GOOGLE_PROTOBUF_VERSION); }
 
 std::string RuntimeVersion() {
-  // The runtime has its number in no other place than the refusal of a program from the future.
+  // The runtime states its release only in the error for programs that need a newer one.
   static constexpr char kBefore[] = "installed version is ";
   pb::LogHandler* handler = pb::SetLogHandler(nullptr);
   std::string version = "unknown";

@@ -9,8 +9,8 @@
 namespace qmsg::doctor {
 namespace {
 
-// Prints "name value" for what it finds, each on a line. A folder that happens to be called qmsg
-// where the tool is run is no package.
+// Prints "name value" on a line for each fact. A folder called qmsg in the working directory is not
+// the package.
 constexpr char kProgram[] = R"(import sys
 sys.path[:] = [path for path in sys.path if path]
 print("python", sys.version.split()[0])
@@ -53,8 +53,8 @@ Finding Judge(std::map<std::string, std::string>& facts, const std::string& comm
   text += " with protobuf " + facts["protobuf"] + " (" + facts["type"] + ")";
   if (facts["type"] != "cpp") {
     return finding(Level::kNote, text + ", which cannot use libqmsg and is slower",
-                   "Debian's python3-protobuf can, and python3 of Debian finds it; "
-                   "PROTOCOL_BUFFERS_PYTHON_IMPLEMENTATION must not ask for another one");
+                   "use Debian's python3 with python3-protobuf, which can; unset "
+                   "PROTOCOL_BUFFERS_PYTHON_IMPLEMENTATION");
   }
   if (facts.count("qmsg") == 0) {
     return finding(Level::kNote, text + ", without the package qmsg",
@@ -65,7 +65,7 @@ Finding Judge(std::map<std::string, std::string>& facts, const std::string& comm
   if (facts["qmsg"] != "compiled classes") {
     return finding(Level::kNote, text,
                    "libqmsg.so.1 was not found: add its folder to LD_LIBRARY_PATH, or call "
-                   "qmsg.load(PATH) ahead of any generated module");
+                   "qmsg.load(PATH) before importing generated modules");
   }
   return finding(Level::kOk, text, "");
 }
@@ -90,11 +90,11 @@ void CheckPython(const std::string& python, std::chrono::milliseconds limit, Fin
     const std::size_t line = errors.rfind('\n');
     findings.push_back(
         {Level::kWarning, "python", command,
-         command + ", asked for its protobuf, " + HowItEnded(result, limit) +
+         command + ", run to report its protobuf, " + HowItEnded(result, limit) +
              (errors.empty()
                   ? ""
                   : "; it said: " + errors.substr(line == std::string::npos ? 0 : line + 1)),
-         "repair this Python's protobuf, or name another one by --python"});
+         "repair this Python's protobuf, or name another Python with --python"});
     return;
   }
   findings.push_back(Judge(facts, command));

@@ -15,13 +15,14 @@ void CheckNeeded(const Object& object, const std::string& in_use, Findings& find
   if (!needed.empty()) {
     findings.push_back({Level::kError, "runtime", object.path,
                         object.path + " was built for " + needed + "; " + in_use + " is in use",
-                        "two runtimes in one process fail: build it again with protobuf " +
-                            Line(HeaderVersion()) + ", or use a build of it for this system"});
+                        "a process fails with two runtimes: rebuild it with protobuf " +
+                            Line(HeaderVersion()) + ", or install its build for this system"});
   } else if (!object.files.empty()) {
     findings.push_back(
         {Level::kWarning, "runtime", object.path,
-         object.path + " has message classes and names no protobuf runtime: it has one of its own",
-         "link it with the shared libprotobuf, or two runtimes meet in one process"});
+         object.path +
+             " has message classes but is not linked with a protobuf runtime: it contains one",
+         "link it with the shared libprotobuf, so that a process has one runtime"});
   }
 }
 
@@ -36,8 +37,8 @@ void CheckRuntime(const std::vector<Object>& objects, Findings& findings) {
     findings.push_back({level, "runtime", object, text, advice});
   };
   if (path.empty()) {
-    add(Level::kNote, "", "protobuf " + version + " is a part of this tool",
-        "what the libraries were built for cannot be compared with it");
+    add(Level::kNote, "", "protobuf " + version + " is linked into this tool",
+        "the runtimes of the libraries cannot be compared with it");
     return;
   }
   const std::string soname = ReadObject(path).elf.soname;

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "doctor/checks.h"
+#include "io/join.h"
 
 namespace qmsg::doctor {
 namespace {
@@ -28,14 +29,6 @@ State StateOf(const SchemaFile& known, const std::vector<Object>& objects,
   return state;
 }
 
-std::string Join(const std::vector<std::string>& names) {
-  std::string text;
-  for (const std::string& name : names) {
-    text += (text.empty() ? "" : ", ") + name;
-  }
-  return text;
-}
-
 }  // namespace
 
 void CheckSchema(const std::vector<Object>& objects, const std::optional<Loading>& loading,
@@ -56,9 +49,9 @@ void CheckSchema(const std::vector<Object>& objects, const std::optional<Loading
     findings.push_back({level, "schema", "", text, advice});
   };
   if (!other.empty()) {
-    add(Level::kError, "of other content than this tool knows: " + Join(other),
-        "install the tool and the library from the same version; a schema file of your own needs a "
-        "folder of its own, as docs/embedding.md shows");
+    add(Level::kError, "with other content than this tool knows: " + Join(other, ", "),
+        "install the tool and the library from the same version; put your own schema files into a "
+        "folder of their own, as docs/embedding.md shows");
   }
   if (missing.size() == known.size()) {
     const bool uses_library = std::any_of(objects.begin(), objects.end(), [](const Object& object) {
@@ -66,12 +59,11 @@ void CheckSchema(const std::vector<Object>& objects, const std::optional<Loading
     });
     add(loading || !uses_library ? Level::kWarning : Level::kNote,
         "none of the " + std::to_string(known.size()) + " schema files is" + verb,
-        uses_library ? "they come from the libqmsg that it is linked with"
-                     : "name libqmsg as well, to see whether it goes with this: qmsg doctor "
-                       "LIBQMSG PLUGIN");
+        uses_library ? "the libqmsg that it is linked with has them"
+                     : "name libqmsg as well, to check both together: qmsg doctor LIBQMSG PLUGIN");
   } else if (!missing.empty()) {
-    add(Level::kError, "not" + verb + ": " + Join(missing),
-        "use a whole libqmsg instead of classes generated from some of its schema files");
+    add(Level::kError, "not" + verb + ": " + Join(missing, ", "),
+        "use libqmsg instead of classes generated from some of its schema files");
   }
   if (other.empty() && missing.empty()) {
     add(Level::kOk,

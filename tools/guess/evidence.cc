@@ -10,7 +10,7 @@
 #include <cstring>
 
 #include "io/escape.h"
-#include "schema/conventions.h"
+#include "schema/field_relations.h"
 #include "wire/faults.h"
 #include "wire/walk.h"
 
@@ -24,12 +24,12 @@ using pb::util::TimeUtil;
 struct Meaning {
   Sign sign;
   int points;
-  const char* one;   // in words; none where Reasons has its own
-  const char* many;  // behind the count
+  const char* one;   // in words; null where Reasons has its own
+  const char* many;  // after the count
 };
 
-// The points are ordered by what can happen to a message of the type: a writer of this schema never
-// writes an unknown field, seldom an undeclared value, and leaves out fields all the time.
+// The points follow from how messages of this schema are written: never with unknown fields, seldom
+// with undeclared values, and nearly always without some fields.
 constexpr std::array kMeanings{
     Meaning{Sign::kDeclared, 2, nullptr, nullptr},
     Meaning{Sign::kUnknown, -80, "1 unknown field", "unknown fields"},
@@ -52,9 +52,11 @@ constexpr std::array kMeanings{
     Meaning{Sign::kOddDuration, -6, "1 negative duration, or over a month",
             "durations negative or over a month"},
     Meaning{Sign::kOutOfRange, -16, "1 time out of range", "times out of range"},
-    Meaning{Sign::kDouble, 2, "1 double of a usual size", "doubles of a usual size"},
-    Meaning{Sign::kOddDouble, -4, "1 double of an unusual size", "doubles of an unusual size"},
-    Meaning{Sign::kLengthFits, 8, "1 body as long as declared", "bodies as long as declared"},
+    Meaning{Sign::kDouble, 2, "1 double of a usual magnitude", "doubles of a usual magnitude"},
+    Meaning{Sign::kOddDouble, -4, "1 double of an unusual magnitude",
+            "doubles of an unusual magnitude"},
+    Meaning{Sign::kLengthFits, 8, "1 body of its declared length",
+            "bodies of their declared length"},
     Meaning{Sign::kCut, -10, "1 number too large for its type", "numbers too large for their type"},
     Meaning{Sign::kZero, -6, "1 zero or empty text that need not be written",
             "zeros or empty texts that need not be written"},
@@ -132,10 +134,10 @@ class Evidence::Collector : public Visitor {
 
     const pb::Descriptor* type;          // null: a group
     std::uint32_t highest = 0;           // field number so far
-    std::vector<bool> seen;              // by index of the field; oneofs behind all fields
+    std::vector<bool> seen;              // by index of the field; oneofs after all fields
     std::vector<std::uint64_t> numbers;  // by index: number, or size of a text
     int tag = 0;
-    int member = 0;  // number of what is set of a oneof
+    int member = 0;  // number of the member of a oneof that is set
   };
 
   static std::size_t Slot(const FieldDescriptor* field) {
@@ -248,7 +250,7 @@ class Evidence::Collector : public Visitor {
       const bool fits = tag->members[static_cast<std::size_t>(open.tag)] == open.member;
       if (!fits) {
         evidence_.Add(Sign::kTagMisfits);
-      } else if (open.member != 0) {  // A tag alone fits no other field.
+      } else if (open.member != 0) {  // A tag alone does not fit another field.
         evidence_.Add(Sign::kTagFits);
       }
     }

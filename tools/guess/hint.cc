@@ -14,7 +14,7 @@ namespace {
 
 namespace pb = google::protobuf;
 
-// The messages of a stream; none if the bytes are no stream, or one of empty messages.
+// The messages of a stream; none if the bytes are not a stream, or a stream of empty messages.
 std::vector<std::string_view> Frames(std::string_view bytes) {
   std::vector<std::string_view> frames;
   pb::io::CodedInputStream input(reinterpret_cast<const std::uint8_t*>(bytes.data()),

@@ -1,4 +1,4 @@
-// What bytes are that make a bad message.
+// Suggests how else to read bytes that are not a good message.
 #pragma once
 
 #include <string>
@@ -6,8 +6,8 @@
 
 namespace qmsg {
 
-// Says that the bytes read well as a stream of messages, or are hexadecimal digits, and which
-// option reads them as that. Empty if they are neither.
+// Says that the bytes look like a stream of messages or like hexadecimal digits, and which option
+// reads them so. Empty if they do not.
 std::string Hint(std::string_view bytes);
 
 }  // namespace qmsg

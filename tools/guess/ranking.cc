@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "guess/same_form.h"
+#include "guess/wire_equivalence.h"
 
 namespace qmsg {
 
@@ -47,7 +47,7 @@ std::vector<Candidate> Ranking::Candidates() const {
     const auto same =
         std::find_if(candidates.begin(), candidates.end(), [&judged](const Candidate& other) {
           return judged.evidence.Score() == other.evidence.Score() &&
-                 HaveSameForm(judged.type, other.types.front());
+                 AreWireEquivalent(judged.type, other.types.front());
         });
     if (same == candidates.end()) {
       candidates.push_back({{judged.type}, judged.evidence, 1});

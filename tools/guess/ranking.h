@@ -1,4 +1,4 @@
-// Judges all types by the same messages, and puts them in order.
+// Ranks all types by the same messages.
 #pragma once
 
 #include <google/protobuf/descriptor.h>
@@ -12,7 +12,7 @@
 
 namespace qmsg {
 
-// One type, or several that have the same wire form and thus the same evidence.
+// One type, or several with the same wire format and thus the same evidence.
 struct Candidate {
   std::vector<const google::protobuf::Descriptor*> types;
   Evidence evidence;
@@ -26,14 +26,14 @@ struct Refused {
 
 class Ranking {
  public:
-  // Judges these types. None: those that JudgeAs is called with.
+  // Ranks these types. Empty: the types that JudgeAs is called with.
   explicit Ranking(const std::vector<const google::protobuf::Descriptor*>& types);
 
-  // Takes a message into account for all types. Those that it cannot be are out; `where` and its
-  // offset in the input go into the reason.
+  // Adds the evidence of a message to all types. Types for which it is not valid are out; `where`
+  // and its offset in the input become part of the reason.
   void Judge(std::string_view bytes, std::uint64_t offset, const std::string& where);
 
-  // Takes a message into account that names its type.
+  // Adds the evidence of a message that names its type.
   void JudgeAs(const google::protobuf::Descriptor* type, std::string_view bytes,
                std::uint64_t offset, const std::string& where);
 

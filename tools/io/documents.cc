@@ -2,17 +2,9 @@
 
 #include <string_view>
 
+#include "io/text.h"
+
 namespace qmsg {
-namespace {
-
-constexpr std::size_t kBlock = std::size_t{256} * 1024;
-
-bool IsSpace(char character) {
-  return character == ' ' || (character >= '\t' && character <= '\r');
-}
-
-}  // namespace
-
 bool DocumentReader::Next(Document& document) {
   document.index = next_index_++;
   document.text.clear();
@@ -21,7 +13,7 @@ bool DocumentReader::Next(Document& document) {
 
 bool DocumentReader::Get(char& character) {
   if (next_ == block_.size()) {
-    block_.resize(kBlock);
+    block_.resize(kReadSize);
     block_.resize(input_.Read(block_.data(), block_.size()));
     next_ = 0;
     if (block_.empty()) {
@@ -33,7 +25,7 @@ bool DocumentReader::Get(char& character) {
   return true;
 }
 
-// What is no JSON is left to the parser, which says so.
+// Leaves invalid JSON to the parser, which reports it.
 bool DocumentReader::NextJson(Document& document) {
   char character = 0;
   do {

@@ -1,4 +1,4 @@
-// Takes text apart into the JSON values or the text-format messages in it.
+// Splits text into its JSON values or text-format messages.
 #pragma once
 
 #include <cstdint>
@@ -17,11 +17,11 @@ struct Document {
   std::string text;
 };
 
-// What stands behind each message of a stream in text format.
+// The line after each message of a stream in text format.
 inline constexpr char kEndOfText[] = "---\n";
 
-// JSON values follow one another with or without white space between them; messages in text format
-// each end with kEndOfText, which the last one may lack.
+// JSON values may be separated by white space. kEndOfText ends each message in text format; after
+// the last one it may be missing.
 class DocumentReader {
  public:
   DocumentReader(Input& input, TextForm form) : input_(input), form_(form) {}

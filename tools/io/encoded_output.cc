@@ -2,11 +2,12 @@
 
 #include <array>
 
+#include "io/text.h"
+
 namespace qmsg {
 namespace {
 
 constexpr std::size_t kLine = 64;
-constexpr std::string_view kHexDigits = "0123456789abcdef";
 constexpr std::string_view kBase64Digits =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 

@@ -1,4 +1,4 @@
-// Bytes as text.
+// Writes bytes as hexadecimal or base64.
 #pragma once
 
 #include <cstdint>
@@ -9,14 +9,14 @@
 
 namespace qmsg {
 
-// Writes bytes in a form, text in lines. Throws what Output throws.
+// Writes bytes in an encoding, text in lines. Throws what Output throws.
 class EncodedOutput {
  public:
   EncodedOutput(Output& output, Form form) : output_(output), form_(form) {}
 
   void Write(std::string_view bytes);
 
-  // Ends the text. To be called once, behind the last byte.
+  // Ends the text. Call once, after the last byte.
   void Finish();
 
  private:
@@ -28,7 +28,7 @@ class EncodedOutput {
   Output& output_;
   Form form_;
   std::size_t column_ = 0;
-  std::uint32_t group_ = 0;  // bytes that wait for the others of their group of three
+  std::uint32_t group_ = 0;  // bytes of an incomplete group of three
   int group_size_ = 0;
 };
 

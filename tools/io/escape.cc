@@ -1,11 +1,11 @@
 #include "io/escape.h"
 
-#include <google/protobuf/stubs/common.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <limits>
+
+#include "io/text.h"
 
 namespace qmsg {
 namespace {
@@ -15,7 +15,7 @@ struct Range {
   std::uint32_t last;
 };
 
-// Characters beyond ASCII that a terminal obeys, does not show, or shows out of order.
+// Characters beyond ASCII that a terminal interprets, does not show, or shows out of order.
 constexpr std::array kHidden{
     Range{0x80, 0x9f},        // C1
     Range{0xad, 0xad},        // soft hyphen
@@ -32,24 +32,11 @@ constexpr std::array kHidden{
 constexpr std::uint32_t kFirstWide = 0x1100;  // below it no character takes two columns
 
 std::string Number(char letter, std::uint32_t value, int digits) {
-  static constexpr char kDigits[] = "0123456789abcdef";
   std::string text{'\\', letter};
   for (int i = digits - 1; i >= 0; --i) {
-    text += kDigits[value >> (4 * i) & 15U];
+    text += kHexDigits[value >> (4 * i) & 15U];
   }
   return text;
-}
-
-// The size of the UTF-8 sequence that `text` begins with; 0 if there is none.
-std::size_t SequenceSize(std::string_view text) {
-  const auto first = static_cast<unsigned char>(text.front());
-  const std::size_t size = first < 0x80 ? 1 : first < 0xe0 ? 2 : first < 0xf0 ? 3 : 4;
-  if (size > text.size()) {
-    return 0;
-  }
-  const int good = google::protobuf::internal::UTF8SpnStructurallyValid(
-      google::protobuf::StringPiece(text.data(), size));
-  return static_cast<std::size_t>(good) == size ? size : 0;
 }
 
 std::uint32_t CodePoint(std::string_view sequence) {
@@ -82,7 +69,7 @@ std::string ShowAscii(char character) {
 }  // namespace
 
 Shown ShowCharacter(std::string_view text) {
-  const std::size_t size = SequenceSize(text);
+  const std::size_t size = Utf8SequenceSize(text);
   if (size == 0) {
     return {Number('x', static_cast<unsigned char>(text.front()), 2), 1, 4};
   }

@@ -34,7 +34,7 @@ bool FrameReader::Next(Frame& frame) {
     return false;
   }
   frame.offset = input_.position();
-  // In steps, since a length may promise more than there is.
+  // In steps: the length may exceed the input.
   while (size_ < length) {
     const std::size_t step = std::min(kStep, static_cast<std::size_t>(length) - size_);
     if (bytes_.size() < size_ + step) {
@@ -64,7 +64,7 @@ bool FrameReader::ReadLength(std::uint64_t& length) {
       if (i == 0) {
         return false;
       }
-      Refuse(offset, "the input ends inside of its length");
+      Refuse(offset, "the input ends inside its length");
     }
     length_bytes_ += byte;
     length |= static_cast<std::uint64_t>(byte & 0x7f) << (7 * i);
@@ -75,7 +75,7 @@ bool FrameReader::ReadLength(std::uint64_t& length) {
       return true;
     }
   }
-  Refuse(offset, "there is no length of a message, which is at most 2 GiB; is the framing right?");
+  Refuse(offset, "not a valid message length (at most 2 GiB); is the framing right?");
 }
 
 std::string FrameReader::Unfinished() const {

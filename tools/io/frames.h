@@ -1,4 +1,4 @@
-// Takes a stream apart into the bytes of its messages.
+// Splits a stream into the bytes of its messages.
 #pragma once
 
 #include <cstdint>
@@ -10,14 +10,14 @@
 
 namespace qmsg {
 
-// A place behind which a stream cannot be read.
+// A place after which a stream cannot be read.
 class BrokenStream : public Error {
  public:
   BrokenStream(const std::string& input, std::uint64_t index, std::uint64_t offset,
                const std::string& reason);
 
   std::uint64_t offset() const { return offset_; }
-  // Without the name of the input and the place.
+  // The error without the name of the input and the place.
   const std::string& reason() const { return reason_; }
 
  private:
@@ -25,18 +25,19 @@ class BrokenStream : public Error {
   std::string reason_;
 };
 
-// How messages follow one another in an input.
+// How an input separates messages.
 enum class Framing {
-  kNone,       // one message is all of it
-  kDelimited,  // each behind its length, a varint
-  kAny,        // as kDelimited, each being a google.protobuf.Any, which names the type within
+  kNone,       // the input is one message
+  kDelimited,  // a varint with its length precedes each
+  kAny,        // as kDelimited, each in a google.protobuf.Any, which names its type
 };
 
 // The bytes of one message.
 struct Frame {
   std::uint64_t index = 0;   // in its input, from 0
-  std::uint64_t offset = 0;  // of its first byte in its input, behind the length
-  std::string_view length;   // its length as it stands in front of it; both until the next is read
+  std::uint64_t offset = 0;  // of its first byte in its input, after the length
+  std::string_view
+      length;  // the bytes of its length; both views are valid until the next frame is read
   std::string_view bytes;
 };
 
@@ -44,13 +45,12 @@ class FrameReader {
  public:
   FrameReader(Input& input, Framing framing) : input_(input), framing_(framing) {}
 
-  // Reads the next frame, in memory of its size. Returns false at the end of the input; throws
-  // BrokenStream if that comes inside of a frame, or if there is no length: then nothing behind it
-  // can be read.
+  // Reads the next frame, in memory of its size. Returns false at the end of the input. Throws
+  // BrokenStream if the input ends inside a frame, or if a length is invalid.
   bool Next(Frame& frame);
 
-  // After Next has thrown since there is no whole frame: what it had read of it, beginning with its
-  // length. Empty if it was the input that failed.
+  // After Next has thrown BrokenStream: the bytes that it had read of the frame, from its length
+  // on. Empty if reading the input failed.
   std::string Unfinished() const;
 
  private:

@@ -11,11 +11,10 @@
 #include <iostream>
 
 #include "error.h"
+#include "io/text.h"
 
 namespace qmsg {
 namespace {
-
-constexpr std::size_t kBlock = std::size_t{256} * 1024;
 
 std::string Reason() { return std::strerror(errno); }
 
@@ -41,10 +40,6 @@ int Base64Digit(char character) {
     return 62;
   }
   return character == '/' || character == '_' ? 63 : -1;
-}
-
-bool IsSpace(char character) {
-  return character == ' ' || (character >= '\t' && character <= '\r');
 }
 
 }  // namespace
@@ -89,7 +84,7 @@ std::size_t Input::Read(char* bytes, std::size_t size) {
   return done;
 }
 
-// Returns whether there is anything to hand out.
+// Returns whether there are bytes to return.
 bool Input::Fill() {
   next_ = 0;
   decoded_.clear();
@@ -117,7 +112,7 @@ bool Input::Fill() {
 }
 
 bool Input::ReadFile() {
-  raw_.resize(kBlock);
+  raw_.resize(kReadSize);
   ssize_t size = 0;
   do {
     size = read(descriptor_, raw_.data(), raw_.size());
@@ -185,21 +180,21 @@ void Input::DecodeBase64() {
 }
 
 void Input::RefuseCharacter(char character, const char* wanted) const {
-  static constexpr char kDigits[] = "0123456789abcdef";
   const auto byte = static_cast<unsigned char>(character);
-  const std::string shown = byte >= 0x20 && byte < 0x7f
-                                ? std::string("'") + character + "'"
-                                : std::string("byte 0x") + kDigits[byte >> 4] + kDigits[byte & 15];
+  const std::string shown =
+      byte >= 0x20 && byte < 0x7f
+          ? std::string("'") + character + "'"
+          : std::string("byte 0x") + kHexDigits[byte >> 4] + kHexDigits[byte & 15];
   throw Error(ExitCode::kBadData, name_ + ": line " + std::to_string(line_) + ", column " +
                                       std::to_string(column_) + ": " + shown + " is not " + wanted +
-                                      "; --in says what the input is written as");
+                                      "; --in gives the encoding of the input");
 }
 
 std::string ReadAll(Input& input) {
   std::string bytes;
   std::size_t size = 0;
   do {
-    bytes.resize(size + std::max(size, kBlock));
+    bytes.resize(size + std::max(size, kReadSize));
     size += input.Read(bytes.data() + size, bytes.size() - size);
     if (size > INT_MAX) {
       throw Error(ExitCode::kBadData, "'" + input.name() + "' has more than the 2 GiB that one " +

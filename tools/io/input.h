@@ -1,4 +1,4 @@
-// Where bytes come from.
+// Reads and decodes the input.
 #pragma once
 
 #include <cstddef>
@@ -9,14 +9,17 @@
 
 namespace qmsg {
 
-// What the bytes are written as.
+// How many bytes are read at a time.
+constexpr std::size_t kReadSize = std::size_t{256} * 1024;
+
+// The encoding of the bytes.
 enum class Form { kBinary, kHex, kBase64 };
 
-// A file, or standard input, whose bytes are decoded from their form. Hexadecimal digits may be
-// parted by white space, ':' and ','; base64 by white space, in the usual alphabet or that of URLs.
+// A file, or standard input, that is decoded. Hexadecimal digits may be separated by white space,
+// ':' and ','; base64 by white space, in the standard or the URL-safe alphabet.
 class Input {
  public:
-  // "-" is standard input. Throws Error when there is nothing that can be read.
+  // "-" is standard input. Throws Error when it cannot be opened.
   Input(const std::string& path, Form form);
   ~Input();
   Input(const Input&) = delete;
@@ -25,13 +28,13 @@ class Input {
   const std::string& name() const { return name_; }
 
   // Reads up to `size` bytes; fewer only at the end of the input. Throws Error when reading fails,
-  // or when the text is not of the form.
+  // or when the text is not in that encoding.
   std::size_t Read(char* bytes, std::size_t size);
 
-  // Bytes that have been handed out.
+  // Number of bytes that Read has returned.
   std::uint64_t position() const { return position_; }
 
-  // For progress: bytes of the file as it lies there, if that is known, and how many were read.
+  // For progress: size of the file before decoding, if known, and how much of it was read.
   std::optional<std::uint64_t> file_size() const { return file_size_; }
   std::uint64_t file_position() const { return file_position_; }
 
@@ -48,17 +51,17 @@ class Input {
   std::optional<std::uint64_t> file_size_;
   std::uint64_t file_position_ = 0;
   std::uint64_t position_ = 0;
-  std::string raw_;      // what was read last, as it lies there
-  std::string decoded_;  // what of it has not been handed out begins at next_
+  std::string raw_;      // the block read last, before decoding
+  std::string decoded_;  // Read continues at next_
   std::size_t next_ = 0;
-  std::uint32_t bits_ = 0;  // of characters that do not make a byte yet
+  std::uint32_t bits_ = 0;  // of an incomplete byte
   int bit_count_ = 0;
   int padding_ = 0;
   std::uint64_t line_ = 1;
   std::uint64_t column_ = 0;
 };
 
-// Reads all that is left. Throws Error when it is more than one message can have.
+// Reads the rest. Throws Error when it exceeds the limit of a message, 2 GiB.
 std::string ReadAll(Input& input);
 
 }  // namespace qmsg

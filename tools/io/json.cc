@@ -4,45 +4,12 @@
 #include <charconv>
 #include <cmath>
 
+#include "io/text.h"
+
 namespace qmsg {
 namespace {
 
 constexpr char kReplacement[] = "\xef\xbf\xbd";
-
-// The size of the well-formed UTF-8 sequence that `text` begins with; 0 if there is none.
-std::size_t SequenceSize(std::string_view text) {
-  const auto byte = [text](std::size_t i) {
-    return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
-  };
-  const unsigned first = byte(0);
-  if (first < 0x80) {
-    return 1;
-  }
-  // Overlong forms, surrogates and what is above U+10FFFF show in the second byte.
-  unsigned low = 0x80;
-  unsigned high = 0xbf;
-  std::size_t size = 0;
-  if (first >= 0xc2 && first <= 0xdf) {
-    size = 2;
-  } else if (first >= 0xe0 && first <= 0xef) {
-    size = 3;
-    low = first == 0xe0 ? 0xa0 : low;
-    high = first == 0xed ? 0x9f : high;
-  } else if (first >= 0xf0 && first <= 0xf4) {
-    size = 4;
-    low = first == 0xf0 ? 0x90 : low;
-    high = first == 0xf4 ? 0x8f : high;
-  }
-  if (size == 0 || byte(1) < low || byte(1) > high) {
-    return 0;
-  }
-  for (std::size_t i = 2; i < size; ++i) {
-    if ((byte(i) & 0xc0U) != 0x80) {
-      return 0;
-    }
-  }
-  return size;
-}
 
 }  // namespace
 
@@ -119,10 +86,9 @@ void JsonWriter::NewLine() {
 }
 
 void JsonWriter::Quote(std::string_view text) {
-  static constexpr char kDigits[] = "0123456789abcdef";
   text_ += '"';
   while (!text.empty()) {
-    const std::size_t size = SequenceSize(text);
+    const std::size_t size = Utf8SequenceSize(text);
     const auto byte = static_cast<unsigned char>(text.front());
     if (size == 0) {
       text_ += kReplacement;
@@ -133,7 +99,7 @@ void JsonWriter::Quote(std::string_view text) {
     } else if (byte == '\t') {
       text_ += "\\t";
     } else if (byte < 0x20) {
-      text_ += {'\\', 'u', '0', '0', kDigits[byte >> 4], kDigits[byte & 15]};
+      text_ += {'\\', 'u', '0', '0', kHexDigits[byte >> 4], kHexDigits[byte & 15]};
     } else {
       text_ += text.substr(0, size);
     }

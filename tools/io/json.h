@@ -9,8 +9,8 @@
 
 namespace qmsg {
 
-// Writes one JSON value into a string, piece by piece. The calls have to make a JSON value: a key
-// before each value of an object, and an end for each beginning.
+// Writes one JSON value into a string, piece by piece. The calls must form a JSON value: a key
+// before each value of an object, and an end for each begin.
 class JsonWriter {
  public:
   enum class Style {
@@ -27,7 +27,7 @@ class JsonWriter {
 
   JsonWriter& Key(std::string_view key);
 
-  // Takes UTF-8. Each byte that is not becomes U+FFFD: JSON cannot carry it.
+  // Takes UTF-8. Each byte that is not valid UTF-8 becomes U+FFFD: JSON cannot represent it.
   JsonWriter& String(std::string_view text);
 
   // All digits: a reader that keeps numbers as doubles loses those above 2^53.
@@ -36,13 +36,13 @@ class JsonWriter {
     static_assert(std::is_integral_v<Integer> && !std::is_same_v<Integer, bool>);
     return Bare(std::to_string(number));
   }
-  // The fewest digits that read back as the same number. Infinities and NaN, for which JSON has no
-  // number, are the strings "Infinity", "-Infinity" and "NaN".
+  // The fewest digits that read back as the same number. JSON has no numbers for infinities and
+  // NaN: they become the strings "Infinity", "-Infinity" and "NaN".
   JsonWriter& Number(double number);
   JsonWriter& Bool(bool value) { return Bare(value ? "true" : "false"); }
   JsonWriter& Null() { return Bare("null"); }
 
-  // What has been written; no new line at the end.
+  // The text so far; without a new line at the end.
   const std::string& text() const { return text_; }
 
  private:
@@ -55,7 +55,7 @@ class JsonWriter {
 
   Style style_;
   std::string text_;
-  std::vector<bool> levels_;  // of each open bracket: whether it has an element already
+  std::vector<bool> levels_;  // for each open bracket: whether it has an element
   bool after_key_ = false;
 };
 

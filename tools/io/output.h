@@ -1,4 +1,4 @@
-// Where data goes.
+// Writes the output.
 #pragma once
 
 #include <cstdio>
@@ -7,7 +7,7 @@
 
 namespace qmsg {
 
-// Nobody reads standard output any more: no reason to say anything.
+// The reader of standard output has closed it; this is not reported.
 class ClosedPipe : public std::exception {};
 
 // A buffered stream of bytes.
@@ -27,7 +27,7 @@ class Output {
   std::FILE* file_;
 };
 
-// Whether colours are welcome there: on a terminal, unless the environment has NO_COLOR.
+// Whether to write colours: on a terminal, unless the environment has NO_COLOR.
 bool WantsColour(const Output& output);
 
 }  // namespace qmsg

@@ -1,4 +1,4 @@
-// Shows people that a long input is being read.
+// Shows the progress of reading a long input.
 #pragma once
 
 #include <chrono>
@@ -10,7 +10,7 @@
 namespace qmsg {
 
 // One line on standard error, if that is a terminal: "capture.bin: 42 %, 1.2 of 2.9 GB, 310 MB/s".
-// Appears when reading has taken a second, and is gone at the end.
+// Appears after a second, and disappears at the end.
 class Progress {
  public:
   explicit Progress(const Input& input, bool wanted);
@@ -18,10 +18,10 @@ class Progress {
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  // To be called often; shows something new a few times a second.
+  // Call often; the line is updated a few times a second.
   void Update();
 
-  // Takes the line away, so that something else can be said.
+  // Removes the line, so that something else can be printed.
   void Hide();
 
  private:

@@ -1,4 +1,4 @@
-// Text for a terminal.
+// Wraps text for a terminal.
 #pragma once
 
 #include <cstddef>
@@ -7,9 +7,9 @@
 
 namespace qmsg {
 
-// Fills the lines of each paragraph up to 80 columns behind `indent` spaces; a word that is longer
-// stands alone. Empty lines part paragraphs; lines that begin with a space stay as they are. Ends
-// with a new line unless `text` is empty. Takes each character for one column.
+// Wraps each paragraph at 80 columns, indented by `indent` spaces; a longer word has a line of its
+// own. Empty lines separate paragraphs; lines that begin with a space are kept. Ends with a new
+// line unless `text` is empty. Counts each character as one column.
 std::string Wrap(std::string_view text, std::size_t indent);
 
 }  // namespace qmsg

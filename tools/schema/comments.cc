@@ -14,7 +14,7 @@ namespace {
 
 using Comments = std::map<std::string, std::string>;  // by the names that descriptors give
 
-// Takes away the space that parts the text from the signs, and the new line at the end.
+// Removes the space after the comment markers, and the new line at the end.
 std::string Tidy(const std::string& comment) {
   std::string text;
   bool at_begin = true;

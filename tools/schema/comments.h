@@ -1,4 +1,4 @@
-// What the schema files say in words.
+// The comments of the schema files.
 #pragma once
 
 #include <string>
@@ -7,8 +7,8 @@
 
 namespace qmsg {
 
-// The comment in front of the element, lines as they stand in the file, without the signs of a
-// comment; of a file the one at its top. Empty if there is none. The text is in the tool itself.
+// The comment before the element, without comment markers and with its line breaks; of a file, the
+// comment at its top. Empty if there is none. The text is embedded in the tool.
 const std::string& CommentOf(const Element& element);
 
 }  // namespace qmsg

@@ -79,7 +79,7 @@ std::ptrdiff_t CountComponents(const std::string& name) {
   return std::count(name.begin(), name.end(), '.') + 1;
 }
 
-// What has to be named with a field, oneof or value.
+// The name that a short name of a field, oneof or value includes.
 std::optional<Element> ContainerOf(const Element& element) {
   if (const auto* field = std::get_if<const pb::FieldDescriptor*>(&element)) {
     return (*field)->containing_type();
@@ -97,8 +97,7 @@ char Lower(char character) {
   return character >= 'A' && character <= 'Z' ? static_cast<char>(character + 32) : character;
 }
 
-// How many characters have to be put in, left out or changed to make one of the other, whatever
-// their case.
+// The edit distance between two names, ignoring case.
 std::size_t EditDistance(std::string_view a, std::string_view b) {
   std::vector<std::size_t> row(b.size() + 1);
   std::iota(row.begin(), row.end(), std::size_t{0});
@@ -125,7 +124,7 @@ std::string Join(const std::vector<std::string>& names) {
   return text;
 }
 
-// What might have been meant, the nearest first: nothing that shares less than half of the name.
+// Suggestions, the nearest first; none that shares less than half of the name.
 std::vector<std::string> Nearest(const std::string& name, const Elements& elements) {
   const std::ptrdiff_t components = CountComponents(name);
   std::vector<std::pair<std::size_t, std::string>> candidates;
@@ -169,9 +168,9 @@ Element FindAmong(const Elements& elements, const std::string& name, const char*
     throw Error(ExitCode::kWrongUse, "'" + name + "' is ambiguous: " + Join(names));
   }
   const std::vector<std::string> nearest = Nearest(name, elements);
-  throw Error(ExitCode::kWrongUse, std::string(nothing) + " is called '" + name + "'; " +
-                                       (nearest.empty() ? "'qmsg types' lists what there is"
-                                                        : "nearest: " + Join(nearest)));
+  throw Error(ExitCode::kWrongUse,
+              std::string(nothing) + " is called '" + name + "'; " +
+                  (nearest.empty() ? "'qmsg types' lists all types" : "nearest: " + Join(nearest)));
 }
 
 }  // namespace

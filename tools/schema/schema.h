@@ -1,4 +1,4 @@
-// What the library declares.
+// The messages that the library declares.
 #pragma once
 
 #include <google/protobuf/descriptor.h>
@@ -22,8 +22,8 @@ std::vector<const google::protobuf::Descriptor*> SchemaMessages();
 // "Tarq.Error". Throws Error that lists what comes nearest.
 const google::protobuf::Descriptor* FindMessage(const std::string& name);
 
-// The message that the URL in a google.protobuf.Any names: its full name behind the last slash.
-// Null if it is none of those that FindMessage finds, even if the runtime has it.
+// The message that the URL in a google.protobuf.Any names: its full name after the last slash. Null
+// if FindMessage does not find it, even if the runtime has it.
 const google::protobuf::Descriptor* TypeOf(std::string_view url);
 
 // An empty message of that type.

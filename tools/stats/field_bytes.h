@@ -1,4 +1,4 @@
-// Which fields take the bytes.
+// The bytes that each field takes.
 #pragma once
 
 #include <google/protobuf/descriptor.h>
@@ -17,7 +17,7 @@ class FieldBytes {
  public:
   struct Row {
     std::string path;
-    std::uint64_t bytes;  // with all that lies inside
+    std::uint64_t bytes;  // including everything inside
     std::uint64_t occurrences;
   };
 
@@ -26,7 +26,7 @@ class FieldBytes {
   FieldBytes(FieldBytes&& other) noexcept;
   FieldBytes& operator=(FieldBytes&& other) noexcept;
 
-  // Counts what is a message of that type. Returns false, and has counted nothing, if it is none.
+  // Counts a message of that type. Returns false, and counts nothing, if the bytes are not valid.
   bool Add(std::string_view bytes, const google::protobuf::Descriptor* type);
 
   // Most bytes first; equal ones by path.

@@ -1,4 +1,4 @@
-// How large messages are.
+// The sizes of messages.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,7 @@
 namespace qmsg {
 
 // Counts sizes exactly. Takes memory for each size that occurs: n bytes of input cannot hold more
-// than sqrt(2n) sizes, which are 141,000 in 10 GB.
+// than sqrt(2n) sizes, 141,000 in 10 GB.
 class Sizes {
  public:
   void Add(std::uint64_t size) {
@@ -20,7 +20,7 @@ class Sizes {
   std::uint64_t sum() const { return sum_; }
 
   // The smallest size that at least `share` of the messages, 0 to 1, do not exceed: 0 is the
-  // minimum, 0.5 the median, 1 the maximum. There has to be a message.
+  // minimum, 0.5 the median, 1 the maximum. There must be a message.
   std::uint64_t Quantile(double share) const;
 
  private:

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "io/escape.h"
+#include "io/text.h"
 
 namespace qmsg {
 namespace {
@@ -11,12 +12,10 @@ constexpr std::size_t kWidth = 80;
 constexpr std::size_t kOffsetDigits = 6;                   // at least
 constexpr std::size_t kBytesWidth = 3 * HexLines::kBytes;  // with the space behind each
 constexpr std::size_t kTextColumn = kOffsetDigits + 2 + kBytesWidth + 1;
-constexpr std::size_t kMaxLevel = 10;     // that is shown by indentation
-constexpr std::size_t kHanging = 4;       // more, for the second line of a field
-constexpr std::size_t kLeastRoom = 12;    // for text
-constexpr std::string_view kMore = "..";  // for bytes that are left out
-
-constexpr char kDigits[] = "0123456789abcdef";
+constexpr std::size_t kMaxShownLevel = 10;  // that is shown by indentation
+constexpr std::size_t kHanging = 4;         // more, for the second line of a field
+constexpr std::size_t kLeastRoom = 12;      // for text
+constexpr std::string_view kMore = "..";    // for bytes that are left out
 
 std::string OffsetDigits(std::uint64_t offset) {
   const std::string digits = std::to_string(offset);
@@ -72,7 +71,7 @@ void HexLines::Begin(std::uint64_t offset, std::string_view bytes, bool more) {
   std::string hex;
   for (const char byte : bytes) {
     const auto value = static_cast<unsigned char>(byte);
-    hex += {kDigits[value >> 4U], kDigits[value & 15U], ' '};
+    hex += {kHexDigits[value >> 4U], kHexDigits[value & 15U], ' '};
   }
   hex += more ? kMore : "";
   if (bytes.empty()) {
@@ -93,10 +92,10 @@ void HexLines::Begin(std::uint64_t offset, std::string_view bytes, bool more) {
 }
 
 void HexLines::Indent(std::size_t level) {
-  const std::size_t shown = std::min(level, kMaxLevel);
+  const std::size_t shown = std::min(level, kMaxShownLevel);
   pending_ += 2 * shown;
   column_ += 2 * shown;
-  if (level > kMaxLevel) {
+  if (level > kMaxShownLevel) {
     Write("[" + std::to_string(level) + "] ", Piece::Look::kPlain);
   }
 }

@@ -11,7 +11,7 @@
 
 namespace qmsg {
 
-// A piece of a line, and how it looks where colours are welcome.
+// A piece of a line, and its look where colours are wanted.
 struct Piece {
   enum class Look { kPlain, kName, kFault, kDim };
 
@@ -30,15 +30,16 @@ class HexLines {
   // Names the columns.
   void Title(const std::string& text);
 
-  // All of these bytes, in as many lines as they need, and beside them the pieces, broken between
-  // words where they are too long for a line. There may be no bytes.
+  // Writes all of these bytes, and beside them the pieces, wrapped between words. There may be no
+  // bytes.
   void Field(std::uint64_t offset, std::string_view bytes, std::size_t level,
              const std::vector<Piece>& pieces);
 
-  // What stands beside the bytes of Content.
+  // What Content shows beside the bytes.
   enum class Beside { kText, kNothing };
 
-  // The bytes of a value. Unless in full they take one line, which says how many bytes it lacks.
+  // Writes the bytes of a value: all of them if `full`, otherwise one line that says how many bytes
+  // it omits.
   void Content(std::uint64_t offset, std::string_view bytes, std::size_t level, Beside beside);
 
   bool full() const { return full_; }
@@ -64,7 +65,7 @@ class HexLines {
   bool colour_;
   bool full_;
   std::size_t column_ = 0;
-  std::size_t pending_ = 0;  // spaces, which a line does not end with
+  std::size_t pending_ = 0;  // spaces, which are not written at the end of a line
 };
 
 }  // namespace qmsg

@@ -8,7 +8,7 @@
 
 #include "io/escape.h"
 #include "schema/schema.h"
-#include "wire/looks.h"
+#include "wire/content_kind.h"
 #include "wire/values.h"
 #include "wire/walk.h"
 
@@ -18,10 +18,10 @@ namespace {
 namespace pb = google::protobuf;
 using Look = Piece::Look;
 
-// Messages in values are shown as such down to here.
-constexpr std::size_t kMaxLevel = 100;
+// Deepest level at which messages in values are shown as messages.
+constexpr std::size_t kMaxNesting = 100;
 
-// The URL of the type that an Any names, by the last of its fields for that, as for a parser.
+// The type URL of an Any; if it occurs twice the last one counts, as for a parser.
 class UrlInAny : public Visitor {
  public:
   explicit UrlInAny(std::string_view bytes) : bytes_(bytes) {
@@ -89,7 +89,7 @@ class View : public Visitor {
 
   void Leave(const Occurrence& at, const Path& /*path*/) override {
     levels_.pop_back();
-    if (cursor_ < at.end) {  // What is left of a group without a fault is its end.
+    if (cursor_ < at.end) {  // Only the end of a group without a fault is left.
       Field(at.end, {{"end of group " + std::to_string(at.number)}});
     }
   }
@@ -114,7 +114,7 @@ class View : public Visitor {
   }
 
  private:
-  // If the field is a text or a message of which the input has only the beginning, shows that.
+  // If the input ends inside a string, bytes or message field, shows the part that is there.
   bool CutOff(const Occurrence& at, const Piece& reason) {
     if (!at.known || at.wire_type != WireType::WIRETYPE_LENGTH_DELIMITED || End() < bytes_.size()) {
       return false;
@@ -124,7 +124,7 @@ class View : public Visitor {
     int length = 0;
     const bool read = input.ReadVarintSizeAsInt(&length);
     const std::size_t begin = at.value + static_cast<std::size_t>(input.CurrentPosition());
-    // A length that the bytes do not fall short of is another fault.
+    // If there are enough bytes for the length, the fault is another one.
     if (!read || static_cast<std::size_t>(length) <= End() - begin) {
       return false;
     }
@@ -151,7 +151,7 @@ class View : public Visitor {
   std::size_t Level() const { return level_ + levels_.size() - 1; }
   std::size_t End() const { return levels_.back().end; }
 
-  // The field's name, type, and what is odd about it.
+  // The field's name and type, and how it deviates from its declaration.
   std::vector<Piece> Names(const Occurrence& at) const {
     const std::string number = std::to_string(at.number);
     if (at.known) {
@@ -189,7 +189,7 @@ class View : public Visitor {
   }
 
   void Inside(std::string_view content, const pb::Descriptor* type) {
-    if (Level() >= kMaxLevel) {
+    if (Level() >= kMaxNesting) {
       Content(content, Level() + 1, HexLines::Beside::kNothing);
       return;
     }
@@ -198,17 +198,17 @@ class View : public Visitor {
   }
 
   void Unknown(const Occurrence& at, std::string_view content) {
-    Looks looks = LooksLike(content);
-    if (looks == Looks::kMessage && Level() >= kMaxLevel) {
-      looks = Looks::kBytes;
+    ContentKind kind = GuessContentKind(content);
+    if (kind == ContentKind::kMessage && Level() >= kMaxNesting) {
+      kind = ContentKind::kBytes;
     }
-    const std::string guess = content.empty() ? "" : std::string(", looks like ") + Name(looks);
+    const std::string guess = content.empty() ? "" : std::string(", looks like ") + Name(kind);
     Head(at, at.value, ": " + ByteCount(at.size()) + guess);
-    if (looks == Looks::kMessage) {
+    if (kind == ContentKind::kMessage) {
       Inside(content, nullptr);
     } else {
       Content(content, Level() + 1,
-              looks == Looks::kText ? HexLines::Beside::kText : HexLines::Beside::kNothing);
+              kind == ContentKind::kText ? HexLines::Beside::kText : HexLines::Beside::kNothing);
     }
   }
 
@@ -218,9 +218,8 @@ class View : public Visitor {
     if (in_any_ == nullptr) {
       ++faults_;
       lines_.Field(0, {}, Level(),
-                   {{any.url().empty() ? std::string("<- it names no type")
-                                       : "<- the type it names, '" + Escape(any.url()) +
-                                             "', is none of the schema's",
+                   {{any.url().empty() ? std::string("<- it does not name its type")
+                                       : "<- the schema has no type '" + Escape(any.url()) + "'",
                      Look::kFault}});
     }
   }

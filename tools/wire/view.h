@@ -11,10 +11,10 @@
 
 namespace qmsg {
 
-// Shows each field of `bytes` as a message of that type, or of an unknown one if it is null, with
-// all bytes in their order: what cannot be read too. What a google.protobuf.Any holds is shown as
-// what it names. `base` is the offset of the first byte, `level` how far the fields are indented.
-// Returns the number of faults.
+// Shows each field of `bytes` as a message of that type; null: of an unknown type. All bytes are
+// shown in their order, including those that cannot be parsed. The content of a google.protobuf.Any
+// is shown as the type that it names. `base` is the offset of the first byte, `level` the
+// indentation of the fields. Returns the number of faults.
 std::size_t ViewMessage(std::string_view bytes, const google::protobuf::Descriptor* type,
                         std::uint64_t base, std::size_t level, HexLines& lines);
 

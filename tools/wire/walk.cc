@@ -7,6 +7,8 @@
 #include <cstring>
 #include <optional>
 
+#include "io/text.h"
+
 namespace qmsg {
 namespace pb = google::protobuf;
 
@@ -19,10 +21,7 @@ constexpr std::size_t kMaxLength = INT_MAX - 16;  // the runtime keeps 16 bytes 
 constexpr std::size_t kMaxVarint = 10;
 constexpr std::size_t kMaxTag = 5;
 
-std::string Hex(unsigned byte) {
-  static constexpr char kDigits[] = "0123456789abcdef";
-  return {'0', 'x', kDigits[byte >> 4], kDigits[byte & 15]};
-}
+std::string Hex(unsigned byte) { return {'0', 'x', kHexDigits[byte >> 4], kHexDigits[byte & 15]}; }
 
 class Walker {
  public:
@@ -58,7 +57,7 @@ class Walker {
     return Refuse(Fault::Kind::kWire, offset, std::move(reason));
   }
 
-  // Reads a varint of at most `max` bytes at `at`, and moves `at` behind it.
+  // Reads a varint of at most `max` bytes at `at`, and moves `at` past it.
   bool ReadVarint(std::size_t& at, std::size_t end, std::size_t max, const char* what,
                   std::uint64_t& value) {
     value = 0;
@@ -66,7 +65,7 @@ class Walker {
     for (std::size_t i = 0; i < max; ++i) {
       if (at == end) {
         return RefuseWire(
-            begin, std::string(what) + " is cut off: the " + Around(end) + " ends inside of it");
+            begin, std::string(what) + " is cut off: the " + Around(end) + " ends inside it");
       }
       const auto byte = static_cast<unsigned char>(bytes_[at++]);
       value |= static_cast<std::uint64_t>(byte & 0x7fU) << (7 * i);
@@ -75,15 +74,15 @@ class Walker {
       }
     }
     return RefuseWire(begin, std::string(what) + " is longer than " + std::to_string(max) +
-                                 " bytes, the longest there can be");
+                                 " bytes, the maximum");
   }
 
   const char* Around(std::size_t end) const {
     return end == bytes_.size() ? "message" : "message around it";
   }
 
-  // Walks the fields from `at` to `end`, or to the end of the group of that number. Returns where
-  // that is; nothing, if there was a fault.
+  // Walks the fields from `at` to `end`, or to the end of the group of that number. Returns that
+  // offset, or nothing after a fault.
   std::optional<std::size_t> Message(std::size_t at, std::size_t end, const pb::Descriptor* type,
                                      int depth, std::uint32_t group) {
     Counts counts(type);
@@ -124,9 +123,9 @@ class Walker {
       case WireFormatLite::WIRETYPE_END_GROUP:
         return RefuseWire(field.begin,
                           group == 0
-                              ? "the end of the group of field " + number + ", which has not begun"
-                              : "the end of the group of field " + number +
-                                    " stands inside the group of field " + std::to_string(group));
+                              ? "the end of a group of field " + number + ", which was not started"
+                              : "the end of a group of field " + number +
+                                    " inside the group of field " + std::to_string(group));
       case 6:
       case 7:
         return RefuseWire(field.begin, "wire type " +
@@ -152,7 +151,7 @@ class Walker {
     }
   }
 
-  // Walks the value at `at`. Returns false if nothing behind it can be read.
+  // Walks the value at `at`. Returns false if nothing after it can be read.
   bool Field(std::size_t at, std::size_t end, int depth, Occurrence& field) {
     path_.Enter(field);
     const bool read = Value(at, end, depth, field);
@@ -218,8 +217,8 @@ class Walker {
       return false;
     }
     if (length > kMaxLength) {
-      return RefuseWire(begin, "a length of " + std::to_string(length) +
-                                   " bytes is more than a message can have");
+      return RefuseWire(
+          begin, "a length of " + std::to_string(length) + " bytes exceeds the limit of a message");
     }
     if (length > end - at) {
       return RefuseWire(begin, "a length of " + std::to_string(length) + " bytes, but the " +
@@ -250,13 +249,13 @@ class Walker {
         pb::internal::UTF8SpnStructurallyValid(pb::StringPiece(text.data(), text.size())));
     if (good < text.size()) {
       Refuse(Fault::Kind::kUtf8, field.value + good,
-             "byte " + Hex(static_cast<unsigned char>(text[good])) + " is no valid UTF-8 there");
+             "byte " + Hex(static_cast<unsigned char>(text[good])) + " is not valid UTF-8");
     }
   }
 
   bool RefuseDepth(const Occurrence& field) {
-    return RefuseWire(field.begin,
-                      "messages and groups lie more than " + std::to_string(kMaxDepth) + " deep");
+    return RefuseWire(field.begin, "messages and groups are nested more than " +
+                                       std::to_string(kMaxDepth) + " deep");
   }
 
   std::string_view bytes_;

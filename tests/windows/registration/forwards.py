@@ -8,7 +8,7 @@ All goes to protobuf_runtime.dll but for the constructor that registers a file.
 import pathlib
 import sys
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "exports"))
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "surface"))
 
 from symbols import exported  # noqa: E402  (its folder comes first)
 

@@ -1,3 +1,0 @@
-include(FetchContent)
-FetchContent_Declare(qmsg URL "${QMSG_SOURCE}")
-FetchContent_MakeAvailable(qmsg)

@@ -1,0 +1,8 @@
+#!/usr/bin/env bash
+# Configures build/windows with the protobuf runtime for Windows, which is built if it is not cached.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/../.."
+
+runtime=$(cmake/windows/protobuf.sh)
+# Fresh: the cache would keep a runtime that has been replaced since.
+cmake --preset windows --fresh "-DCMAKE_PREFIX_PATH=$runtime"
