@@ -59,4 +59,9 @@ ExitCode Run(int argc, const char* const* argv) {
 }  // namespace
 }  // namespace qmsg
 
-int main(int argc, char** argv) { return static_cast<int>(qmsg::Run(argc, argv)); }
+int main(int argc, char** argv) try {
+  return static_cast<int>(qmsg::Run(argc, argv));
+} catch (const std::exception& error) {
+  std::cerr << "qmsg: " << error.what() << '\n';
+  return static_cast<int>(qmsg::ExitCode::kInputOutput);
+}

@@ -194,7 +194,7 @@ bool Before(const Key& one, const Key& other) {
          std::make_tuple(other.field->number(), other.number, other.text, other.index);
 }
 
-std::string Shown(const Key& key) {
+std::string TextOf(const Key& key) {
   switch (key.field->cpp_type()) {
     case pb::FieldDescriptor::CPPTYPE_STRING:
       return Quoted(key.text);
@@ -218,7 +218,7 @@ void JudgeKeys(ParsedMessage& message, const pb::FieldDescriptor* elements, Find
       first = &key;
     } else if (&key != first) {
       findings.Add({&rules::kDuplicateKey, key.begin, path + '[' + std::to_string(key.index) + ']',
-                    key.field->name() + ' ' + Shown(key) + " is already the key of " + path + '[' +
+                    key.field->name() + ' ' + TextOf(key) + " is already the key of " + path + '[' +
                         std::to_string(first->index) + "]"});
     }
   }

@@ -8,7 +8,7 @@ namespace qmsg {
 namespace {
 
 constexpr std::size_t kMostWaiting = 4096;
-constexpr std::size_t kShown = 60;
+constexpr std::size_t kShownCharacters = 60;
 
 const char* Name(Severity severity) { return severity == Severity::kError ? "error" : "warning"; }
 
@@ -54,11 +54,11 @@ void Findings::Flush() {
 
 std::string Quoted(std::string_view text) {
   JsonWriter json(JsonWriter::Style::kCompact);
-  if (text.size() <= kShown) {
+  if (text.size() <= kShownCharacters) {
     return json.String(text).text();
   }
-  std::size_t size = kShown;
-  while (size > kShown - 4 && (static_cast<unsigned char>(text[size]) & 0xc0U) == 0x80) {
+  std::size_t size = kShownCharacters;
+  while (size > kShownCharacters - 4 && (static_cast<unsigned char>(text[size]) & 0xc0U) == 0x80) {
     --size;
   }
   return json.String(text.substr(0, size)).text() + "...";

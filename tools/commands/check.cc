@@ -16,7 +16,7 @@ namespace {
 using google::protobuf::Any;
 using google::protobuf::Descriptor;
 
-struct Options {
+struct CheckOptions {
   MessageOptions messages;
   bool json = false;
   bool strict = false;
@@ -34,7 +34,7 @@ std::string WithoutName(const std::string& name, const std::string& what) {
 
 class Checker {
  public:
-  explicit Checker(const Options& options)
+  explicit Checker(const CheckOptions& options)
       : options_(options),
         framing_(options.messages.framing),
         type_(FindType(options.messages.type, options.messages.framing, false)),
@@ -58,7 +58,7 @@ class Checker {
   }
 
  private:
-  static Report::Form FormOf(const Options& options) {
+  static Report::Form FormOf(const CheckOptions& options) {
     if (options.json) {
       return Report::Form::kJson;
     }
@@ -137,7 +137,7 @@ class Checker {
     return Findings([this, subject](const Finding& finding) { report_.Tell(subject, finding); });
   }
 
-  const Options& options_;
+  const CheckOptions& options_;
   Framing framing_;
   const Descriptor* type_;
   Report report_;
@@ -169,7 +169,7 @@ std::string Notes() {
 }  // namespace
 
 Command CheckCommand() {
-  auto options = std::make_shared<Options>();
+  auto options = std::make_shared<CheckOptions>();
   Command command{"check", "Report errors and oddities in messages",
                   InputOptions(options->messages)};
   command.options.push_back(

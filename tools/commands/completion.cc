@@ -8,11 +8,11 @@
 namespace qmsg {
 namespace {
 
-struct Options {
+struct CompletionOptions {
   std::string shell;
 };
 
-ExitCode Run(const Options& options, const CommandLine& line) {
+ExitCode WriteCompletion(const CompletionOptions& options, const CommandLine& line) {
   const CompletionInput input = CompletionInputOf(line);
   std::string script;
   if (options.shell == "bash") {
@@ -29,7 +29,7 @@ ExitCode Run(const Options& options, const CommandLine& line) {
 }  // namespace
 
 Command CompletionCommand(const CommandLine& line) {
-  auto options = std::make_shared<Options>();
+  auto options = std::make_shared<CompletionOptions>();
   return {"completion",
           "Write a completion script for a shell",
           {{{"shell"},
@@ -40,7 +40,7 @@ Command CompletionCommand(const CommandLine& line) {
             Presence::kRequired}},
           "",
           {"qmsg completion bash > qmsg.bash"},
-          [options, &line] { return Run(*options, line); }};
+          [options, &line] { return WriteCompletion(*options, line); }};
 }
 
 }  // namespace qmsg

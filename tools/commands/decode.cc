@@ -20,7 +20,7 @@ namespace {
 
 namespace pb = google::protobuf;
 
-struct Options {
+struct DecodeOptions {
   MessageOptions messages;
   TextForm to = TextForm::kJson;
   bool compact = false;
@@ -142,7 +142,7 @@ std::unique_ptr<pb::Message> WithItsType(const Received& received,
   return any;
 }
 
-void Decode(const Options& options, const Received& received) {
+void Decode(const DecodeOptions& options, const Received& received) {
   std::unique_ptr<pb::Message> message = Parse(received);
   const Inspection inspection(received);
   if (options.to == TextForm::kJson && inspection.has_unusual_time()) {
@@ -164,7 +164,7 @@ void Decode(const Options& options, const Received& received) {
 }  // namespace
 
 Command DecodeCommand() {
-  auto options = std::make_shared<Options>();
+  auto options = std::make_shared<DecodeOptions>();
   Command command{"decode", "Print messages as JSON or text",
                   MessageInputOptions(options->messages)};
   command.options.push_back(

@@ -7,12 +7,12 @@
 namespace qmsg {
 namespace {
 
-struct Options {
+struct DescribeOptions {
   std::string name;
   std::string format = "text";
 };
 
-ExitCode Run(const Options& options) {
+ExitCode PrintDescription(const DescribeOptions& options) {
   Output& output = Output::Standard();
   const Description description = Describe(FindElement(options.name));
   if (options.format == "json") {
@@ -28,7 +28,7 @@ ExitCode Run(const Options& options) {
 }  // namespace
 
 Command DescribeCommand() {
-  auto options = std::make_shared<Options>();
+  auto options = std::make_shared<DescribeOptions>();
   return {"describe",
           "Explain a message, field, enum, value, oneof or file",
           {{{"name"},
@@ -45,7 +45,7 @@ Command DescribeCommand() {
           "",
           {"qmsg describe SqlQuery", "qmsg describe SqlQuery.flags --format json",
            "qmsg describe tarq.proto --format markdown"},
-          [options] { return Run(*options); }};
+          [options] { return PrintDescription(*options); }};
 }
 
 }  // namespace qmsg

@@ -13,7 +13,7 @@ namespace {
 
 namespace pb = google::protobuf;
 
-struct Options {
+struct DiffOptions {
   std::string a;
   std::string b;
   std::string type;
@@ -94,7 +94,7 @@ bool Compare(MessageReader& a, MessageReader& b) {
   }
 }
 
-ExitCode Run(const Options& options) {
+ExitCode Diff(const DiffOptions& options) {
   if (options.a == "-" && options.b == "-") {
     throw Error(ExitCode::kWrongUse, "only one of A and B can be standard input");
   }
@@ -107,7 +107,7 @@ ExitCode Run(const Options& options) {
 }  // namespace
 
 Command DiffCommand() {
-  auto options = std::make_shared<Options>();
+  auto options = std::make_shared<DiffOptions>();
   return {
       "diff",
       "Compare messages field by field",
@@ -121,7 +121,7 @@ Command DiffCommand() {
           "one stream is compared with the n-th of the other. Exit status 1 if anything\n"
           "differs.",
       {"qmsg diff --type SqlQueries before.bin after.bin || true"},
-      [options] { return Run(*options); }};
+      [options] { return Diff(*options); }};
 }
 
 }  // namespace qmsg

@@ -19,7 +19,7 @@ namespace {
 
 namespace pb = google::protobuf;
 
-struct Options {
+struct EncodeOptions {
   std::string file = "-";
   std::string type;
   TextForm from = TextForm::kJson;
@@ -98,7 +98,7 @@ void WriteFrame(const std::string& bytes, Framing framing, EncodedOutput& output
 
 class Encoder {
  public:
-  explicit Encoder(const Options& options)
+  explicit Encoder(const EncodeOptions& options)
       : options_(options),
         input_(options.file, Form::kBinary),
         output_(Output::Standard(), options.out),
@@ -142,13 +142,13 @@ class Encoder {
     WriteFrame(Serialize(*message), options_.framing, output_);
   }
 
-  const Options& options_;
+  const EncodeOptions& options_;
   Input input_;
   EncodedOutput output_;
   const pb::Descriptor* type_;
 };
 
-ExitCode Encode(const Options& options) {
+ExitCode Encode(const EncodeOptions& options) {
   if (options.out == Form::kBinary && Output::Standard().IsTerminal()) {
     throw Error(ExitCode::kWrongUse,
                 "a terminal cannot show these bytes: give --out hex, or redirect them to a file");
@@ -159,7 +159,7 @@ ExitCode Encode(const Options& options) {
 }  // namespace
 
 Command EncodeCommand() {
-  auto options = std::make_shared<Options>();
+  auto options = std::make_shared<EncodeOptions>();
   return {"encode",
           "Encode JSON or text as messages",
           {{{"FILE"}, "Input file; default, or -: standard input", &options->file, "FILE"},

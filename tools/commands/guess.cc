@@ -15,10 +15,10 @@ namespace {
 namespace pb = google::protobuf;
 
 constexpr std::size_t kWidth = 80;
-constexpr std::size_t kColumn = 13;  // of the types
-constexpr std::size_t kShown = 3;    // candidates, unless all are asked for
+constexpr std::size_t kColumn = 13;          // of the types
+constexpr std::size_t kShownCandidates = 3;  // candidates, unless all are asked for
 
-struct Options {
+struct GuessOptions {
   std::string file = "-";
   Form form = Form::kBinary;
   Framing framing = Framing::kNone;
@@ -47,7 +47,7 @@ std::string Wrapped(const std::vector<std::string>& parts, const std::string& in
 
 class Guesser {
  public:
-  explicit Guesser(const Options& options)
+  explicit Guesser(const GuessOptions& options)
       : options_(options),
         ranking_(options.framing == Framing::kAny ? std::vector<const pb::Descriptor*>()
                                                   : SchemaMessages()) {}
@@ -132,7 +132,7 @@ class Guesser {
     std::size_t shown = 1;
     while (shown < candidates.size() &&
            (candidates[shown].rank == candidates[shown - 1].rank ||
-            (shown < kShown && (!well || candidates[shown].evidence.FitsWell())))) {
+            (shown < kShownCandidates && (!well || candidates[shown].evidence.FitsWell())))) {
       ++shown;
     }
     return shown;
@@ -203,7 +203,7 @@ class Guesser {
     return std::to_string(count) + (count == 1 ? " type" : " types");
   }
 
-  const Options& options_;
+  const GuessOptions& options_;
   Ranking ranking_;
   std::uint64_t messages_ = 0;
   std::uint64_t bytes_ = 0;
@@ -213,7 +213,7 @@ class Guesser {
 }  // namespace
 
 Command GuessCommand() {
-  auto options = std::make_shared<Options>();
+  auto options = std::make_shared<GuessOptions>();
   return {
       "guess",
       "Guess the type of a message",

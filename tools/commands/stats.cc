@@ -14,7 +14,7 @@
 namespace qmsg {
 namespace {
 
-struct Options {
+struct StatsOptions {
   MessageOptions messages;
   std::size_t largest = 5;
   bool json = false;
@@ -152,7 +152,7 @@ std::string Statistics::Json() const {
   return json.text() + '\n';
 }
 
-ExitCode Run(const Options& options) {
+ExitCode PrintStats(const StatsOptions& options) {
   Statistics statistics(options.largest);
   const ExitCode code = ForEachMessage(options.messages, true,
                                        [&](const Received& received) { statistics.Add(received); });
@@ -163,7 +163,7 @@ ExitCode Run(const Options& options) {
 }  // namespace
 
 Command StatsCommand() {
-  auto options = std::make_shared<Options>();
+  auto options = std::make_shared<StatsOptions>();
   options->messages.prints_at_end = true;
   Command command{"stats", "Count messages, their sizes and the bytes of each field",
                   MessageInputOptions(options->messages)};
@@ -173,7 +173,7 @@ Command StatsCommand() {
   command.notes = std::string(kFramingHelp) +
                   "\n\nThe bytes of a field include its tag, its length and everything inside it.";
   command.examples = {"qmsg stats --framing any stream.bin"};
-  command.run = [options] { return Run(*options); };
+  command.run = [options] { return PrintStats(*options); };
   return command;
 }
 

@@ -12,7 +12,7 @@ namespace pb = google::protobuf;
 
 namespace {
 
-struct Options {
+struct TypesOptions {
   bool json = false;
 };
 
@@ -81,7 +81,7 @@ std::string Text(bool colour) {
   return text;
 }
 
-ExitCode Run(const Options& options) {
+ExitCode PrintTypes(const TypesOptions& options) {
   Output& output = Output::Standard();
   output.Write(options.json ? Json() : Text(WantsColour(output)));
   return ExitCode::kFine;
@@ -90,13 +90,13 @@ ExitCode Run(const Options& options) {
 }  // namespace
 
 Command TypesCommand() {
-  auto options = std::make_shared<Options>();
+  auto options = std::make_shared<TypesOptions>();
   return {"types",
           "List the messages and enums of the schema files",
           {{{"--json"}, "Print JSON", &options->json}},
           "",
           {"qmsg types", "qmsg types --json"},
-          [options] { return Run(*options); }};
+          [options] { return PrintTypes(*options); }};
 }
 
 }  // namespace qmsg

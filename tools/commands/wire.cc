@@ -17,7 +17,7 @@ namespace pb = google::protobuf;
 
 constexpr std::size_t kBlock = 8192 * HexLines::kBytes;
 
-struct Options {
+struct WireOptions {
   std::string file = "-";
   std::string type;
   Form form = Form::kBinary;
@@ -27,7 +27,7 @@ struct Options {
 
 class Viewer {
  public:
-  explicit Viewer(const Options& options)
+  explicit Viewer(const WireOptions& options)
       : framing_(options.framing),
         input_(options.file, options.form),
         type_(FindType(options.type, options.framing, false)),
@@ -110,7 +110,7 @@ class Viewer {
 }  // namespace
 
 Command WireCommand() {
-  auto options = std::make_shared<Options>();
+  auto options = std::make_shared<WireOptions>();
   return {
       "wire",
       "Show bytes in hex, field by field",

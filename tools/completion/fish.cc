@@ -4,7 +4,7 @@
 namespace qmsg {
 namespace {
 
-std::string Quote(const std::string& text) {
+std::string QuoteForFish(const std::string& text) {
   std::string quoted = "'";
   for (const char character : text) {
     quoted += character == '\'' || character == '\\' ? "\\" : "";
@@ -16,7 +16,7 @@ std::string Quote(const std::string& text) {
 // The options of `complete` that offer the values of an option or argument.
 std::string Values(const Option& option) {
   if (!option.choices.empty()) {
-    return " -x -a " + Quote(Join(option.choices, " "));
+    return " -x -a " + QuoteForFish(Join(option.choices, " "));
   }
   if (option.value == "TYPE") {
     return " -x -a '(__qmsg_types)'";
@@ -36,7 +36,8 @@ std::string Options(const Command& command) {
       const bool is_long = name.rfind("--", 0) == 0;
       text += (is_long ? " -l " : " -s ") + name.substr(is_long ? 2 : 1);
     }
-    text += (!option.TakesValue() ? "" : Values(option)) + " -d " + Quote(option.help) + "\n";
+    text +=
+        (!option.TakesValue() ? "" : Values(option)) + " -d " + QuoteForFish(option.help) + "\n";
   }
   return text;
 }
@@ -68,7 +69,7 @@ end
                        Options(input.line.tool);
   for (const Command& command : input.line.commands) {
     script += "complete -c qmsg -n '__qmsg_command_is \"\"' -a " + command.name + " -d " +
-              Quote(command.help) + "\n";
+              QuoteForFish(command.help) + "\n";
   }
   for (const Command& command : input.line.commands) {
     script += Options(command);

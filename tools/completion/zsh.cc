@@ -4,7 +4,7 @@
 namespace qmsg {
 namespace {
 
-std::string Quote(const std::string& text) {
+std::string QuoteForZsh(const std::string& text) {
   std::string quoted = "'";
   for (const char character : text) {
     quoted += character == '\'' ? "'\\''" : std::string(1, character);
@@ -53,15 +53,15 @@ std::string ArgumentWords(const Command& command) {
       if (option.TakesValue()) {
         word += ":" + Backslash(option.Placeholder(), ":\\") + ":" + Action(option);
       }
-      text += " \\\n        " + Quote(word);
+      text += " \\\n        " + QuoteForZsh(word);
     }
   }
   const std::vector<Option> arguments = command.Arguments();
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const Option& argument = arguments[i];
-    text +=
-        " \\\n        " + Quote((argument.IsRepeated() ? "*" : std::to_string(i + 1)) + ":" +
-                                Backslash(argument.Placeholder(), ":\\") + ":" + Action(argument));
+    text += " \\\n        " +
+            QuoteForZsh((argument.IsRepeated() ? "*" : std::to_string(i + 1)) + ":" +
+                        Backslash(argument.Placeholder(), ":\\") + ":" + Action(argument));
   }
   return text;
 }
@@ -72,7 +72,7 @@ std::string ZshCompletion(const CompletionInput& input) {
   std::string commands;
   std::string cases;
   for (const Command& command : input.line.commands) {
-    commands += "        " + Quote(command.name + ":" + command.help) + "\n";
+    commands += "        " + QuoteForZsh(command.name + ":" + command.help) + "\n";
     cases += "      " + command.name + ") _arguments" + ArgumentWords(command) + " ;;\n";
   }
   return R"(#compdef qmsg

@@ -6,7 +6,7 @@ namespace qmsg {
 namespace {
 
 // Escapes Markdown markup outside of code between backquotes.
-std::string Escape(const std::string& text, bool in_cell) {
+std::string EscapeMarkdown(const std::string& text, bool in_cell) {
   std::string escaped;
   bool in_code = false;
   for (const char character : text) {
@@ -24,7 +24,7 @@ std::string Escape(const std::string& text, bool in_cell) {
   return escaped;
 }
 
-std::string Cell(const std::string& text) { return Escape(text, true); }
+std::string Cell(const std::string& text) { return EscapeMarkdown(text, true); }
 
 std::string Code(const std::string& text) { return "`" + text + "`"; }
 
@@ -48,7 +48,7 @@ class Markdown {
                       : description.inside) +
              ".\n";
     if (!description.comment.empty()) {
-      text_ += "\n" + Escape(description.comment, false) + "\n";
+      text_ += "\n" + EscapeMarkdown(description.comment, false) + "\n";
     }
     Messages(description.messages);
     Fields(description.fields);

@@ -10,23 +10,24 @@
 namespace qmsg {
 namespace {
 
-struct Range {
+struct CharacterRange {
   std::uint32_t first;
   std::uint32_t last;
 };
 
 // Characters beyond ASCII that a terminal interprets, does not show, or shows out of order.
 constexpr std::array kHidden{
-    Range{0x80, 0x9f},        // C1
-    Range{0xad, 0xad},        // soft hyphen
-    Range{0x61c, 0x61c},      // Arabic letter mark
-    Range{0x180e, 0x180e},    // Mongolian vowel separator
-    Range{0x200b, 0x200f},    // of zero width, and marks of direction
-    Range{0x2028, 0x202e},    // ends of line and paragraph, embeddings and overrides of direction
-    Range{0x2060, 0x206f},    // word joiner, isolates of direction, and the like
-    Range{0xfeff, 0xfeff},    // byte order mark
-    Range{0xfff9, 0xfffb},    // annotations
-    Range{0xe0000, 0xe0fff},  // tags and selectors
+    CharacterRange{0x80, 0x9f},      // C1
+    CharacterRange{0xad, 0xad},      // soft hyphen
+    CharacterRange{0x61c, 0x61c},    // Arabic letter mark
+    CharacterRange{0x180e, 0x180e},  // Mongolian vowel separator
+    CharacterRange{0x200b, 0x200f},  // of zero width, and marks of direction
+    CharacterRange{0x2028,
+                   0x202e},  // ends of line and paragraph, embeddings and overrides of direction
+    CharacterRange{0x2060, 0x206f},    // word joiner, isolates of direction, and the like
+    CharacterRange{0xfeff, 0xfeff},    // byte order mark
+    CharacterRange{0xfff9, 0xfffb},    // annotations
+    CharacterRange{0xe0000, 0xe0fff},  // tags and selectors
 };
 
 constexpr std::uint32_t kFirstWide = 0x1100;  // below it no character takes two columns
@@ -79,9 +80,9 @@ Shown ShowCharacter(std::string_view text) {
     return {std::move(shown), 1, columns};
   }
   const std::uint32_t code = CodePoint(text.substr(0, size));
-  const bool hidden = std::any_of(kHidden.begin(), kHidden.end(), [code](const Range& range) {
-    return code >= range.first && code <= range.last;
-  });
+  const bool hidden = std::any_of(
+      kHidden.begin(), kHidden.end(),
+      [code](const CharacterRange& range) { return code >= range.first && code <= range.last; });
   if (hidden) {
     std::string shown = code > 0xffff ? Number('U', code, 8) : Number('u', code, 4);
     const std::size_t columns = shown.size();
