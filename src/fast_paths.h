@@ -65,6 +65,12 @@ QMSG_INLINE bool VerifyUtf8(const std::string* text, const char* field) {
   return ::qmsg::IsCertainlyUtf8(text->data(), text->size()) || VerifyUTF8(*text, field);
 }
 
+// Where addresses have 32 bits, a length may lead past the last one. With 64 bits none does.
+QMSG_INLINE bool IsAddressable(const char* from, int size) {
+  return sizeof(from) > sizeof(std::uint32_t) ||
+         static_cast<std::uintptr_t>(size) <= UINTPTR_MAX - reinterpret_cast<std::uintptr_t>(from);
+}
+
 QMSG_INLINE const char* ReadString(std::string* text, const char* from, ParseContext* context) {
   const int size = static_cast<int>(ReadSize(&from));
   if (from == nullptr) {
@@ -72,7 +78,8 @@ QMSG_INLINE const char* ReadString(std::string* text, const char* from, ParseCon
   }
   // Made in one step and moved, a string costs less than one that grows. All of it must lie in the
   // buffer.
-  if (size >= 16 && text->capacity() < 16 && context->DataAvailable(from + size - 1)) {
+  if (size >= 16 && text->capacity() < 16 && IsAddressable(from, size) &&
+      context->DataAvailable(from + size - 1)) {
     *text = std::string(from, static_cast<std::size_t>(size));
     return from + size;
   }

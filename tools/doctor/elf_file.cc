@@ -3,6 +3,7 @@
 #include <elf.h>
 #include <link.h>
 
+#include <cstdint>
 #include <cstring>
 #include <optional>
 #include <type_traits>

@@ -1,6 +1,7 @@
 // Reads an ELF file for this machine, which may be damaged or malicious.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <utility>
