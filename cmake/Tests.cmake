@@ -15,8 +15,9 @@ endfunction()
 
 # qmsg_add_test(<name> <argument of add_test>...) adds a test that is a command.
 function(qmsg_add_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 test "" "" "") # keeps an argument that is a list in one piece
   qmsg_test_prefix(prefix)
-  add_test(NAME ${prefix}${name} ${ARGN})
+  add_test(NAME ${prefix}${name} ${test_UNPARSED_ARGUMENTS})
 endfunction()
 
 # qmsg_set_test(<name> <property> <value>...) sets properties of a test of this folder.

@@ -23,7 +23,7 @@ def _postgres_programs():
     initdb = shutil.which("initdb")
     if initdb is None:
         raise SystemExit("engines.py: there is no PostgreSQL. On Debian: "
-                         "apt-get install postgresql-15")
+                         "apt-get install postgresql")
     return pathlib.Path(initdb).parent
 
 

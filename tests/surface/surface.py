@@ -50,7 +50,8 @@ def manglings(cursor):
         return {cursor.mangled_name}
     text = cindex.conf.lib.clang_getCString
     strings = found.contents
-    return {text(strings.strings[i]) for i in range(strings.count)}
+    held = [strings.strings[i] for i in range(strings.count)]  # text() borrows from them
+    return {text(string) for string in held}
 
 
 def parse(header_dir, arguments):
