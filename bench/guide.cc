@@ -276,6 +276,16 @@ void AddTexts() {
   }
 }
 
+// Why a run failed; empty if it did not. Google Benchmark 1.8 renamed the member.
+template <typename Run>
+auto Failure(const Run& run, int /*preferred*/) -> decltype(run.error_message) {
+  return run.error_message;
+}
+template <typename Run>
+auto Failure(const Run& run, ...) -> decltype(run.skip_message) {
+  return run.skip_message;
+}
+
 // Keeps the median of each row's repetitions. Prints the medians at the end in the order in which
 // the rows were added, which is not the order of measurement.
 class Ratios : public benchmark::BenchmarkReporter {
@@ -285,8 +295,9 @@ class Ratios : public benchmark::BenchmarkReporter {
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const Run& run : runs) {
       const std::string name = run.run_name.str();
-      if (run.error_occurred) {
-        std::fprintf(stderr, "%s: ERROR: %s\n", name.c_str(), run.error_message.c_str());
+      const std::string failure = Failure(run, 0);
+      if (!failure.empty()) {
+        std::fprintf(stderr, "%s: ERROR: %s\n", name.c_str(), failure.c_str());
         failed_ = true;
       } else if (run.repetitions <= 1 || run.aggregate_name == "median") {
         times_[name] = run.GetAdjustedCPUTime();

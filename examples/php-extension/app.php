@@ -13,7 +13,6 @@ function pause(): void
     usleep(2000);
 }
 
-echo getmypid();
 match (strtok($_SERVER['REQUEST_URI'] ?? '/', '?')) {
     '/wait' => wait(3),
     // PHP's names may hold any bytes from 0x80 on.
@@ -25,3 +24,4 @@ match (strtok($_SERVER['REQUEST_URI'] ?? '/', '?')) {
     '/missing' => http_response_code(404),
     default => null,
 };
+echo getmypid();

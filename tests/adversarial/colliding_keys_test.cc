@@ -53,6 +53,9 @@ TEST(Map, TurnsAFullBucketIntoATree) {
 
 // Seeds that have much in common share full buckets: of some maps, most do not.
 TEST(Map, NeedsNoTreeForTheSameKeysUnderMostOtherSeeds) {
+#if !defined(__x86_64__) && !defined(__aarch64__)
+  GTEST_SKIP() << "seeds do not come from a clock";
+#endif
   JQ::AttrList list;
   (*list.mutable_attr_list())[0];
   const std::string entries = Entries(CollidingKeys(list.attr_list(), kBuckets, kCount));

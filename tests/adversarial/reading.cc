@@ -21,7 +21,7 @@ Reading ReadOnArena(const Message& prototype, const std::string& bytes) {
   reading.peak = heap_use::PeakDuring([&] {
     Arena arena;
     reading.accepted = prototype.New(&arena)->ParseFromString(bytes);
-    reading.known_to_arena = arena.SpaceAllocated();
+    reading.known_to_arena = static_cast<std::size_t>(arena.SpaceAllocated());
   });
   return reading;
 }

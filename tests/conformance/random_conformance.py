@@ -11,7 +11,6 @@ import collections
 import dataclasses
 import functools
 import itertools
-import os
 import pathlib
 import shlex
 import sys
@@ -138,7 +137,6 @@ def main():
         missing = pathlib.Path(command[0]).parent / "missing"
         if missing.exists():
             print(f"{name}: skipped. {missing.read_text().strip()}")
-            failed = failed or bool(os.environ.get("CI"))
             continue
         driver = Driver(name, functools.partial(run.ask, command),
                         [known for known in deviations if name in known.drivers])

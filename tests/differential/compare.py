@@ -1,11 +1,12 @@
 """Whether two builds of the library show the same for every input. The first that differs is shown
 with its type, its bytes, the stages that differ, and what each of the builds does there.
 
-usage: compare.py PROGRAM CORPUS RECORD PLAIN_FOLDER
-       compare.py PROGRAM CORPUS RECORD PLAIN_FOLDER OTHER_FOLDER
+usage: compare.py record CORPUS RECORD PLAIN_FOLDER PROGRAM...
+       compare.py check CORPUS RECORD PLAIN_FOLDER OTHER_FOLDER PROGRAM...
 
-The first writes RECORD: what the library of PLAIN_FOLDER shows. The second holds that of OTHER_FOLDER
-to it. Exit status 0: the same; 1: not; 2: cannot be compared.
+The first writes RECORD: what the library of PLAIN_FOLDER shows. The second compares that of
+OTHER_FOLDER with it. PROGRAM is the program, behind an emulator if it needs one. Exit status 0: the
+same; 1: not; 2: cannot be compared.
 """
 
 import os
@@ -29,7 +30,7 @@ class Build:
     def run(self, *arguments):
         """(exit status, lines) of the program with this library."""
         environment = {**os.environ, "LD_LIBRARY_PATH": str(self.folder)}
-        done = subprocess.run([self.program, *arguments], env=environment, text=True,
+        done = subprocess.run([*self.program, *arguments], env=environment, text=True,
                               stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         if done.returncode not in (0, 1):
             raise Unusable(f"With the library of {self.folder}, {' '.join(arguments)} ended with "
@@ -94,13 +95,13 @@ def report(number, plain, other):
     return "\n".join(lines)
 
 
-def record(program, corpus, path, plain_folder):
+def record(corpus, path, plain_folder, *program):
     _, lines = Build(program, plain_folder).run("record", corpus, path)
     print(f"{lines[-1]} recorded")
     return 0
 
 
-def compare(program, corpus, path, plain_folder, other_folder):
+def check(corpus, path, plain_folder, other_folder, *program):
     plain, other = Build(program, plain_folder), Build(program, other_folder)
     status, lines = other.run("check", corpus, path)
     if status == 0:
@@ -111,11 +112,12 @@ def compare(program, corpus, path, plain_folder, other_folder):
 
 
 if __name__ == "__main__":
-    commands = {5: record, 6: compare}
-    if len(sys.argv) not in commands:
+    commands = {"record": (record, 4), "check": (check, 5)}
+    command, least = commands.get(sys.argv[1] if len(sys.argv) > 1 else "", (None, 0))
+    if command is None or len(sys.argv) - 2 < least:
         sys.exit(__doc__)
     try:
-        sys.exit(commands[len(sys.argv)](*sys.argv[1:]))
+        sys.exit(command(*sys.argv[2:]))
     except Unusable as reason:
         print(f"compare.py: {reason}", file=sys.stderr)
         sys.exit(2)

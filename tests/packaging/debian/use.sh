@@ -43,7 +43,8 @@ expect_example() { # DOCUMENTS CMAKE_ARGUMENT...
 
 # Field 2, the number 0.
 expect_python() { # IMPLEMENTATION
-  expect_equal 'the messages in Python' "$1: 1000" "$(/usr/bin/python3 -W error -c '
+  expect_equal 'the messages in Python' "$1: 1000" "$(/usr/bin/python3 -W error \
+    -W 'ignore:Type google.protobuf:DeprecationWarning' -c '
 import qmsg
 from qmsg import tarq_pb2
 query = tarq_pb2.SqlQuery(connection_id=0)

@@ -10,6 +10,8 @@ import unittest
 import support
 from support import LIBRARY
 
+# Those of the runtime's own modules apart.
+WARNINGS = "default,ignore:Type google.protobuf:DeprecationWarning"
 WHICH = "import qmsg; print(qmsg.implementation())"
 PRINT_LOAD = """
 import os, qmsg
@@ -38,7 +40,7 @@ class Loading(unittest.TestCase):
         self.folder = pathlib.Path(scratch.name)
 
     def output(self, program, **environment):
-        result = support.run(program, **{"PYTHONWARNINGS": "default", **environment})
+        result = support.run(program, **{"PYTHONWARNINGS": WARNINGS, **environment})
         self.assertEqual(result.returncode, 0, result.stderr)
         return result.stdout, result.stderr
 
