@@ -11,6 +11,10 @@ command -v "$compiler" >/dev/null || {
   echo "SKIPPED: there is no $compiler. Install it, or let ./dev test do so." >&2
   exit 77
 }
+"$compiler" "$@" -fsyntax-only -x c++ /dev/null 2>/dev/null || {
+  echo "SKIPPED: this $compiler does not know $*." >&2
+  exit 77
+}
 mkdir -p "$folder"
 # -I: the warnings of the library's own headers count, too.
 "$compiler" "$@" -Wall -Wextra -Wpedantic -Werror -I "$QMSG_BUILD/src/generated" \
