@@ -191,8 +191,8 @@ class Programs(Installed):
     def made_for(self, driver):
         """The folder with the classes and libraries that a driver is built with."""
         out = pathlib.Path(os.environ["QMSG_DRIVERS"]) / driver
-        if (out / "missing").exists():
-            missing((out / "missing").read_text().strip())
+        if (out / "missing").exists():  # The test that builds the driver decides whether it may be.
+            raise unittest.SkipTest((out / "missing").read_text().strip())
         self.assertTrue((out / "driver").exists(), f"run conformance.{driver}.build before")
         return out
 
