@@ -1,0 +1,74 @@
+#include "recorder/lifecycle.h"
+
+#include <pthread.h>
+
+#include "recorder/capture.h"
+#include "recorder/engine.h"
+#include "recorder/errors.h"
+#include "recorder/events.h"
+#include "recorder/functions.h"
+#include "recorder/recording.h"
+#include "recorder/sql.h"
+
+namespace {
+
+zend_result (*previous_post_startup)() = nullptr;
+
+// All extensions have started, and no server has forked yet.
+zend_result PostStartup() {
+  ReplaceSqlHandlers();
+  WatchFunctions();
+  CaptureOutput();
+  if (!CurrentSettings().output.empty()) {
+    Guarded(BuildDescriptors);
+  }
+  return previous_post_startup == nullptr ? SUCCESS : previous_post_startup();
+}
+
+// A process that a program forks is a request of its own.
+void AfterFork() {
+  if (recording.is_on()) {
+    Guarded([] {
+      recording.Forked();
+      BeginSql();
+      BeginErrors();
+      BeginCapture();
+    });
+  }
+  Guarded(FunctionsAfterFork);
+}
+
+}  // namespace
+
+void StartRecorder() {
+  previous_post_startup = zend_post_startup_cb;
+  zend_post_startup_cb = PostStartup;
+  RegisterErrorHandlers();
+  RegisterFunctionTimes();
+  pthread_atfork(nullptr, nullptr, AfterFork);
+}
+
+void BeginRequest() {
+  Guarded([] {
+    recording.Begin();
+    if (recording.is_on()) {
+      BeginSql();
+      BeginErrors();
+      BeginCapture();
+      BeginFunctions();
+    }
+  });
+}
+
+void EndRequest() {
+  if (recording.is_on()) {
+    Guarded([] {
+      EndFunctions();
+      EndSql();
+      EndErrors();
+      EndCapture();
+      RecordRequestEvents();
+      recording.End();
+    });
+  }
+}
