@@ -65,15 +65,12 @@ class Request:
                 for query in queries.get("queries", [])]
 
 
-def read(path, after=0):
-    """The requests in a file, in the order of their first records, from the byte `after` on."""
+def read(path):
+    """The requests in a file, in the order of their first records."""
     if not path.exists():
         return []
-    with path.open("rb") as file:
-        file.seek(after)
-        result = subprocess.run([os.environ["QMSG"], "decode", "--framing", "any", "--compact"],
-                                input=file.read(), capture_output=True, timeout=TIMEOUT, check=False)
-    assert result.returncode == 0, f"{path} from byte {after}: {result.stderr.decode()}"
+    result = _tool("decode", "--framing", "any", "--compact", path)
+    assert result.returncode == 0, result.stderr
     requests = {}
     for line in result.stdout.splitlines():
         record = json.loads(line)
@@ -86,7 +83,14 @@ def size(path):
     return path.stat().st_size if path.exists() else 0
 
 
-def wait_for(path, count, after=0):
+def wait_for_target(path, target):
+    """The requests for a target, which have ended."""
+    return wait_until(lambda: [request for request in read(path)
+                               if request.ended and request.target == target],
+                      f"{target} recorded in {path}", 10)
+
+
+def wait_for(path, count):
     """The first `count` requests that have ended. The end of a request is written after the response
     is sent."""
     last = [-1]
@@ -95,6 +99,6 @@ def wait_for(path, count, after=0):
         if size(path) == last[0]:
             return None
         last[0] = size(path)
-        requests = [request for request in read(path, after) if request.ended]
+        requests = [request for request in read(path) if request.ended]
         return requests if len(requests) >= count else None
     return wait_until(ended, f"{count} requests recorded in {path}", 10)

@@ -30,6 +30,8 @@ class Result(unittest.TextTestResult):
         super().addSuccess(test)
 
     def getDescription(self, test):
+        if not hasattr(test, "_testMethodName") or "SubTest" in type(test).__name__:
+            return f"{self.getDescription(test.test_case)} {test._subDescription()}"
         return f"{type(test).__name__}: {test._testMethodName.removeprefix('test_').replace('_', ' ')}"
 
 

@@ -87,18 +87,19 @@ class WebTests:
                               *self.app.lasting(response.body).splitlines()]
                 for page, response in self.visit(browser)}
 
-    def assert_same_pages(self, looks, expected, message=None):
+    def assert_same_pages(self, looks, expected, message):
         for target, look in looks.items():
             with self.subTest(target):
-                self.assertEqual(first_difference(look, expected[target]), None, message)
+                if difference := first_difference(look, expected[target]):
+                    self.fail("{}: {!r}, not {!r}".format(message, *difference))
 
     def test_pages_are_as_without_the_extension(self):
         with self.served({}) as server, Browser(server.port) as browser:
             plain = self.looks(browser)
         with self.served({}) as server, Browser(server.port) as browser:
-            self.assert_same_pages(self.looks(browser), plain, "so it is without the extension, too")
+            self.assert_same_pages(self.looks(browser), plain, "without the extension, a second time")
         with self.recorded(**EVERYTHING) as (server, path), Browser(server.port) as browser:
-            self.assert_same_pages(self.looks(browser), plain)
+            self.assert_same_pages(self.looks(browser), plain, "with the extension")
         self.assert_readable(path)
 
     # The records
@@ -127,27 +128,29 @@ class WebTests:
             self.skipTest("it has no MariaDB")
         with self.recorded(**{"qmsg.sql_literals": "1"}) as (server, path), \
                 Browser(server.port) as browser:
+            for page in self.app.pages:
+                self.compare_statements_of(page, browser, path)
             self.app.log_in(browser)
-            done = len(records.wait_for(path, 1))
-            for page in self.app.pages + self.app.pages_after_login:
-                after = records.size(path)
-                with self.database.log_of(self.app.database_user) as logged:
-                    response = self.get(browser, page)
-                    [request] = records.wait_for(path, 1, after)
-                with self.subTest(page.target):
-                    self.assertGreater(len(request.statements), 0)
-                    self.compare_statements(request.statements, logged, response.seconds)
-        self.assertGreaterEqual(done, 1)
-        self.assert_readable(path)
+            for page in self.app.pages_after_login:
+                self.compare_statements_of(page, browser, path)
+
+    def compare_statements_of(self, page, browser, path):
+        with self.database.log_of(self.app.database_user) as logged:
+            response = self.get(browser, page)
+            [request] = records.wait_for_target(path, page.target)
+            self.assert_readable(path)
+            os.truncate(path, 0)
+        with self.subTest(page.target):
+            self.compare_statements(request.statements, logged, response.seconds)
 
     def compare_statements(self, recorded, logged, longest):
         # The driver sends this one itself.
         logged = [statement for statement in logged if statement.text != "SET NAMES utf8mb4"]
         for number, (mine, theirs) in enumerate(zip(recorded, logged)):
-            text = mine["query"]
+            text = mine["query"].strip()
             pattern = ".*".join(map(re.escape, text.removesuffix("...").split("[redacted]")))
             self.assertTrue(re.fullmatch(pattern + (".*" if text.endswith("...") else ""),
-                                         theirs.text, re.DOTALL),
+                                         theirs.text.strip(), re.DOTALL),
                             f"statement {number}: {text!r} is recorded, {theirs.text!r} is in the log")
             self.assertEqual(mine.get("rows", 0), theirs.rows_sent or theirs.rows_affected, text)
             frames = mine["stack_trace"]["frames"]

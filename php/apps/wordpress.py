@@ -85,5 +85,5 @@ def install(folder, database):
         log_in=log_in,
         secrets={"the database's password": password, "the administrator's password": admin,
                  **{f"the constant {name}": value for name, value in salts.items()}},
-        volatile=(r"\b[0-9a-f]{10}\b",),  # nonces
+        volatile=(r"\b[0-9a-f]{10}\b", r"\b[0-2]\.gravatar"),  # nonces; one of three hosts
         database_user="wordpress")
