@@ -67,9 +67,19 @@ void AppendAny(std::string& records, std::string_view type, std::size_t size, Wr
   write(out);
 }
 
-std::string ScriptOrUri() {
+// The target as the client sent it. FastCGI servers pass it as REQUEST_URI, and the script's path
+// as the request's URI. Without a server it is the script.
+std::string Target() {
   const char* uri = SG(request_info).request_uri;
-  return std::string(View(uri != nullptr ? uri : SG(request_info).path_translated));
+  if (uri == nullptr) {
+    return std::string(View(SG(request_info).path_translated));
+  }
+  std::string target(uri);
+  if (char* sent = sapi_getenv(ZEND_STRL("REQUEST_URI")); sent != nullptr) {
+    target = sent;
+    efree(sent);
+  }
+  return target;
 }
 
 }  // namespace
@@ -132,7 +142,7 @@ RInitData Recording::DescribeBegin() const {
   request.mutable_php_version()->set_release(PHP_RELEASE_VERSION);
   *request.mutable_timestamp() = Now();
   request.set_method(texts_.Text(View(SG(request_info).request_method)));
-  request.set_target(texts_.Text(ScriptOrUri()));
+  request.set_target(texts_.Text(Target()));
   std::array<char, 256> host{};
   if (gethostname(host.data(), host.size() - 1) == 0) {
     AppendUtf8(*request.mutable_node_name(), host.data());
