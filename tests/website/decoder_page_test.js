@@ -3,7 +3,7 @@
 
 import assert from "node:assert/strict";
 import { readFileSync } from "node:fs";
-import { after, afterEach, before, beforeEach, test } from "node:test";
+import { after, afterEach, before, test } from "node:test";
 
 import { Browser, fileUrl } from "./browser.js";
 import { golden } from "./golden.js";
@@ -15,13 +15,10 @@ let page;
 let seen;
 before(async () => {
   browser = await Browser.start();
+  await open();
 });
 after(() => browser.stop());
-beforeEach(() => open());
-afterEach(async () => {
-  await page.close();
-  assert.deepEqual(seen, { foreign: [], complaints: [] });
-});
+afterEach(() => assert.deepEqual(seen, { foreign: [], complaints: [] }));
 
 /** Opens the decoder in a new page. */
 async function open(fragment = "") {
@@ -46,9 +43,20 @@ async function rows() {
     );
 }
 
+const choose = (type) =>
+  page.locator("#d-type").selectOption(type === "" ? "" : `quor.protobuf.${type}`);
+
+/** Enters bytes as a user does who knows their type: the page decodes them a moment later. */
 async function decode(input, type = "") {
-  await page.locator("#d-type").selectOption(type === "" ? "" : `quor.protobuf.${type}`);
+  await choose(type);
   await page.locator("#d-input").fill(input);
+}
+
+// One page for inputs that are only decoded: the choice of a type decodes at once.
+
+async function decodeAtOnce(input, type) {
+  await page.locator("#d-input").fill(input);
+  await choose(type);
 }
 
 test("There are more than twenty golden messages, from all seven files", () => {
@@ -60,7 +68,7 @@ for (const [file, name, type, expected] of golden) {
   test(`${type}: ${name}`, async () => {
     const vector = vectors.find((one) => one.name === name && one.place.startsWith(`${file}:`));
     assert.equal(vector?.type, `quor.protobuf.${type}`);
-    await decode(vector.hex, type);
+    await decodeAtOnce(vector.hex, type);
     const shown = (await rows()).map(([offset, field, , value]) => [Number(offset), field, value]);
     for (const row of expected) {
       const found = shown.find(([offset, field]) => offset === row[0] && field === row[1]);
@@ -121,14 +129,14 @@ const bad = [
 
 for (const [what, input, type, message] of bad) {
   test(`Invalid input is reported with its position: ${what}`, async () => {
-    await decode(input, type);
+    await decodeAtOnce(input, type);
     await page.locator("#d-fault").filter({ hasText: message }).waitFor();
     assert.equal(await page.locator("#d-fault").getAttribute("role"), "alert");
   });
 }
 
 test("The fields before a fault are shown, and the fault after them", async () => {
-  await decode("0a03723137120e10012a0853454c45", "Tarq.SqlQueries");
+  await decodeAtOnce("0a03723137120e10012a0853454c45", "Tarq.SqlQueries");
   const shown = await rows();
   assert.deepEqual(
     shown.map(([offset, field]) => [Number(offset), field]),
@@ -152,7 +160,7 @@ const inputs = [
 
 for (const [form, input] of inputs) {
   test(`The page says which format it detected: ${form}`, async () => {
-    await decode(input, "Tarq.SqlQuery");
+    await decodeAtOnce(input, "Tarq.SqlQuery");
     assert.deepEqual(
       (await rows()).map((row) => row.slice(0, 4)),
       [["0", "rows", "(10, int32)", "12"]],
@@ -161,14 +169,23 @@ for (const [form, input] of inputs) {
   });
 }
 
-test("The input format can be chosen", async () => {
+// A page of its own for what is done to it.
+
+function testAlone(name, run) {
+  test(name, async () => {
+    await open();
+    await run();
+  });
+}
+
+testAlone("The input format can be chosen", async () => {
   await decode("0a00", "Login.Login");
   await page.getByText("Read as hexadecimal: 2 bytes.").waitFor();
   await page.locator("#d-form").selectOption("base64");
   await page.getByText("Read as base64: 3 bytes.").waitFor();
 });
 
-test("A file is read as binary", async () => {
+testAlone("A file is read as binary", async () => {
   await page.locator("#d-type").selectOption("quor.protobuf.Tarq.SqlQuery");
   await page.locator("#d-file").setInputFiles({
     name: "one.bin",
@@ -179,7 +196,7 @@ test("A file is read as binary", async () => {
   assert.equal(await text("#d-taken"), "one.bin: 2 bytes, read as binary.");
 });
 
-test("A file of more than 4 MiB is refused, and the limit is named", async () => {
+testAlone("A file of more than 4 MiB is refused, and the limit is named", async () => {
   await page.locator("#d-file").setInputFiles({
     name: "large.bin",
     mimeType: "application/octet-stream",
@@ -191,7 +208,7 @@ test("A file of more than 4 MiB is refused, and the limit is named", async () =>
     .waitFor();
 });
 
-test("A large message is shown in part, and the page stays usable", async () => {
+testAlone("A large message is shown in part, and the page stays usable", async () => {
   await page.locator("#d-type").selectOption("quor.protobuf.JQ.JobIdList");
   const begin = Date.now();
   await page.locator("#d-file").setInputFiles({
@@ -208,7 +225,7 @@ test("A large message is shown in part, and the page stays usable", async () => 
   assert.match(await text(".d-hex-where"), /Bytes 1024 to 2047 of 2097152/);
 });
 
-test("Without a type the wire format is shown, and fitting types are offered", async () => {
+testAlone("Without a type the wire format is shown, and fitting types are offered", async () => {
   await decode("0a03723137120e10012a0853454c4543542031500c");
   assert.deepEqual(
     (await rows()).map((row) => row.slice(0, 4)),
@@ -224,12 +241,12 @@ test("Without a type the wire format is shown, and fitting types are offered", a
   assert.equal((await rows())[4][1], "rows");
 });
 
-test("No bytes are reported as a message with no field set", async () => {
+testAlone("No bytes are reported as a message with no field set", async () => {
   await page.locator("#d-type").selectOption("quor.protobuf.Login.Login");
   await page.getByText("No bytes: a message with no field set.").waitFor();
 });
 
-test("Unknown fields and undeclared values are marked as not declared", async () => {
+testAlone("Unknown fields and undeclared values are marked as not declared", async () => {
   await decode("78ac02 0d00000000 2007", "CT.Header");
   assert.deepEqual(
     (await rows()).map((row) => row.slice(0, 4)),
@@ -241,12 +258,12 @@ test("Unknown fields and undeclared values are marked as not declared", async ()
   );
 });
 
-test("Characters that hide text or change its direction are escaped", async () => {
+testAlone("Characters that hide text or change its direction are escaped", async () => {
   await decode(`0a09${Buffer.from('\u202e<b>"\n\u0000').toString("hex")}`, "Login.Login");
   assert.equal((await rows())[0][3], '"\\u202e<b>\\"\\n\\x00"');
 });
 
-test("Length-delimited messages are offered, and shown with offsets in the whole input", async () => {
+testAlone("Length-delimited messages are offered, and shown with offsets in the input", async () => {
   await decode("02500c0450051001", "Tarq.SqlQuery");
   await page.getByRole("button", { name: "Read as length-delimited messages" }).click();
   assert.deepEqual(
@@ -260,7 +277,7 @@ test("Length-delimited messages are offered, and shown with offsets in the whole
   assert.equal(await text("#d-fault"), "");
 });
 
-test("The bytes of the focused field are marked, by the keyboard too", async () => {
+testAlone("The bytes of the focused field are marked, by the keyboard too", async () => {
   await decode("0a03723137120e10012a0853454c4543542031500c", "Tarq.SqlQueries");
   await rows();
   await page.locator(".d-field").nth(1).focus();
@@ -286,7 +303,7 @@ test("An unknown type in an address is reported", async () => {
   assert.match(await text("#d-fault"), /names an unknown message type: quor\.protobuf\.Nothing/);
 });
 
-test("Every button 'Open in the decoder' opens a message without a fault", async () => {
+testAlone("Every button 'Open in the decoder' opens a message without a fault", async () => {
   const links = [];
   for (const file of ["codetrace", "config", "jobqueue", "login", "monitor", "quorphp", "tarq"]) {
     await page.goto(fileUrl(`${file}.html`));
@@ -320,7 +337,7 @@ test("Every button 'Open in the decoder' opens a message without a fault", async
   }
 });
 
-test("The JSON can be copied", async () => {
+testAlone("The JSON can be copied", async () => {
   await browser.context.grantPermissions(["clipboard-read", "clipboard-write"]).catch(() => {});
   await decode("500c", "Tarq.SqlQuery");
   await rows();

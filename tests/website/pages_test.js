@@ -24,6 +24,7 @@ const kinds = [
 let browser;
 before(async () => {
   browser = await Browser.start();
+  await visitAll();
 });
 after(() => browser.stop());
 
@@ -40,16 +41,35 @@ async function visit(what, look, options) {
   return seen;
 }
 
-// Links.
+const opened = new Map();
 
-/** Links to other sites that are allowed: none. */
-const allowedOutside = [];
+/** Looks at a page of each kind, which is opened once, under that media. */
+async function lookAtKinds(media, look) {
+  for (const name of kinds) {
+    if (!opened.has(name)) {
+      const { page } = await browser.page();
+      await page.goto(fileUrl(name));
+      opened.set(name, page);
+    }
+    const page = opened.get(name);
+    await page.bringToFront(); // a hidden page takes its time to draw
+    await page.emulateMedia({ media: "screen", colorScheme: "light", ...media });
+    await look(page, name);
+  }
+}
 
-test("No link is dead or leads to another site, and no id occurs twice", async () => {
-  const ids = new Map();
-  const links = [];
-  await visit(pages, async (page, name) => {
-    const found = await page.evaluate(() => ({
+// All pages, visited once.
+
+/** The ids and the links of each page, and how wide it is on a narrow screen. */
+const found = [];
+/** Requests to other hosts, and complaints. */
+let seenInAll;
+
+async function visitAll() {
+  seenInAll = await visit([...pages, decoded], async (page, name) => {
+    await page.setViewportSize({ width: 390, height: 800 });
+    const parts = await page.evaluate(() => ({
+      width: document.documentElement.scrollWidth,
       ids: [...document.querySelectorAll("[id]")].map(({ id }) => id),
       links: [...document.querySelectorAll("[href], [src]")]
         .map((one) => one.getAttribute("href") ?? one.getAttribute("src"))
@@ -58,11 +78,20 @@ test("No link is dead or leads to another site, and no id occurs twice", async (
         )
         .filter((address) => address !== null),
     }));
-    const twice = found.ids.filter((id, index) => found.ids.indexOf(id) !== index);
-    assert.deepEqual(twice, [], `${name}: duplicate ids`);
-    ids.set(name, new Set(found.ids));
-    links.push(...found.links.map((address) => [name, address]));
+    found.push({ name, ...parts });
   });
+}
+
+/** Links to other sites that are allowed: none. */
+const allowedOutside = [];
+
+test("No link is dead or leads to another site, and no id occurs twice", () => {
+  for (const { name, ids } of found) {
+    const twice = ids.filter((id, index) => ids.indexOf(id) !== index);
+    assert.deepEqual(twice, [], `${name}: duplicate ids`);
+  }
+  const ids = new Map(found.map((page) => [page.name, new Set(page.ids)]));
+  const links = found.flatMap((page) => page.links.map((address) => [page.name, address]));
   assert.ok(links.length > 1000, `only ${links.length} links were found`);
   const files = new Set(readdirSync(site, { recursive: true }));
   const dead = [];
@@ -87,11 +116,16 @@ test("No link is dead or leads to another site, and no id occurs twice", async (
   );
 });
 
-// Requests and complaints.
+test("At a width of 390 pixels no page scrolls sideways", () => {
+  assert.ok(found.length > pages.length);
+  assert.deepEqual(
+    found.filter(({ width }) => width > 390).map(({ name, width }) => `${name}: ${width}`),
+    [],
+  );
+});
 
-test("Opened as files, pages request nothing from other hosts and log no error", async () => {
-  const seen = await visit(pages, (page) => page.waitForLoadState("load"));
-  assert.deepEqual(seen, { foreign: [], complaints: [] });
+test("Opened as files, pages request nothing from other hosts and log no error", () => {
+  assert.deepEqual(seenInAll, { foreign: [], complaints: [] });
 });
 
 test("Served over HTTP, pages request nothing from other hosts and log no error", async () => {
@@ -249,18 +283,20 @@ test("The keyboard reaches the content, the search and the decoder", async () =>
   });
 });
 
-// Some columns of the guides' tables have no heading, because their cells need none.
-const options =
-  '{ resultTypes: ["violations"], rules: { "empty-table-header": { enabled: false } } }';
+const axeOptions = {
+  // Some columns of the guides' tables have no heading, because their cells need none.
+  light: { resultTypes: ["violations"], rules: { "empty-table-header": { enabled: false } } },
+  // The dark scheme differs in nothing but colours.
+  dark: { resultTypes: ["violations"], runOnly: ["cat.color"] },
+};
 
 for (const scheme of ["light", "dark"]) {
   test(`axe finds no violation on any kind of page, in ${scheme}`, async () => {
     const wrong = [];
-    await visit(kinds, async (page, name) => {
-      await page.emulateMedia({ colorScheme: scheme });
+    await lookAtKinds({ colorScheme: scheme }, async (page, name) => {
       // Evaluated from outside: the page's policy forbids to load the script.
       const { violations } = await page.evaluate(
-        `${readFileSync(axe, "utf8")};axe.run(document, ${options})`,
+        `${readFileSync(axe, "utf8")};axe.run(document, ${JSON.stringify(axeOptions[scheme])})`,
       );
       wrong.push(
         ...violations.flatMap(({ id, nodes }) =>
@@ -277,8 +313,7 @@ for (const scheme of ["light", "dark"]) {
   });
 
   test(`Text has a contrast of at least 4.5 to 1, in ${scheme}`, async () => {
-    await visit(kinds, async (page, name) => {
-      await page.emulateMedia({ colorScheme: scheme });
+    await lookAtKinds({ colorScheme: scheme }, async (page, name) => {
       const weak = await page.evaluate(weakTexts);
       assert.ok(weak.checked > 10, `${name}: ${weak.checked} texts were checked`);
       assert.deepEqual(weak.found, [], name);
@@ -324,21 +359,8 @@ function weakTexts() {
   return { checked, found: found.slice(0, 10) };
 }
 
-test("At a width of 390 pixels no page scrolls sideways", async () => {
-  const wide = [];
-  await visit([...pages, decoded], async (page, name) => {
-    await page.setViewportSize({ width: 390, height: 800 });
-    const width = await page.evaluate(() => document.documentElement.scrollWidth);
-    if (width > 390) {
-      wide.push(`${name}: ${width}`);
-    }
-  });
-  assert.deepEqual(wide, []);
-});
-
 test("Printed pages have no navigation", async () => {
-  await visit(kinds, async (page, name) => {
-    await page.emulateMedia({ media: "print" });
+  await lookAtKinds({ media: "print" }, async (page, name) => {
     for (const part of ["nav", "#search", ".skip"]) {
       for (const found of await page.locator(part).all()) {
         assert.equal(await found.isVisible(), false, `${name}: ${part}`);
@@ -356,7 +378,7 @@ test("Screenshots of each kind of page are kept for people to review", async () 
     ["narrow", 390, "light"],
     ["dark", 1280, "dark"],
   ];
-  await visit(kinds, async (page, name) => {
+  await lookAtKinds({}, async (page, name) => {
     for (const [look, width, colorScheme] of looks) {
       await page.emulateMedia({ colorScheme });
       await page.setViewportSize({ width, height: 900 });
