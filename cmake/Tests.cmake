@@ -35,6 +35,10 @@ endfunction()
 function(qmsg_add_googletest program)
   cmake_parse_arguments(PARSE_ARGV 1 test "" PREFIX PROPERTIES)
   qmsg_test_prefix(prefix)
+  get_target_property(libraries ${program} LINK_LIBRARIES)
+  if(NOT "GTest::gtest" IN_LIST libraries) # or it is compiled otherwise than qmsg_test says
+    target_precompile_headers(${program} REUSE_FROM test_support)
+  endif()
   # Under Wine the first program waits until Wine has set itself up.
   gtest_discover_tests(${program} TEST_PREFIX ${prefix}${test_PREFIX} DISCOVERY_TIMEOUT 120
     PROPERTIES ${test_PROPERTIES})
