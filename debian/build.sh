@@ -14,6 +14,12 @@ comm -z -23 <(git ls-files -z --cached --others --exclude-standard | sort --zero
   tar --create --null --files-from=- | tar --extract --directory build/debian/source
 debian/write_changelog.py "$(git log --max-count=1 --format=%cD)" \
   >build/debian/source/debian/changelog
+# Each release of Debian has one version of PHP, which the name of the extension's package tells.
+php=$(php-config --version | cut --delimiter=. --fields=1,2)
+sed --in-place "s/php8\.2/php$php/; s/PHP 8\.2/PHP $php/" build/debian/source/debian/control
+for file in build/debian/source/debian/php8.2-qmsg.*; do
+  [[ $php == 8.2 ]] || mv "$file" "${file/8.2/$php}"
+done
 (cd build/debian/source && dpkg-buildpackage --build=binary --no-sign)
 
 # The same objects, linked again for a folder that can be moved.

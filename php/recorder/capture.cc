@@ -1,5 +1,6 @@
 #include "recorder/capture.h"
 
+#include <php.h>
 #include <php_variables.h>
 #include <qmsg/tarq.pb.h>
 

@@ -1,5 +1,6 @@
 #include "recorder/errors.h"
 
+#include <php.h>
 #include <qmsg/tarq.pb.h>
 #include <zend_exceptions.h>
 #include <zend_observer.h>

@@ -1,5 +1,6 @@
 #include "recorder/exceptions.h"
 
+#include <php.h>
 #include <zend_exceptions.h>
 
 zend_string* ExceptionMessage(zend_object* exception) {

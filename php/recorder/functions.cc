@@ -1,5 +1,6 @@
 #include "recorder/functions.h"
 
+#include <php.h>
 #include <zend_extensions.h>
 #include <zend_generators.h>
 #include <zend_observer.h>

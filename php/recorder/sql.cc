@@ -1,5 +1,6 @@
 #include "recorder/sql.h"
 
+#include <php.h>
 #include <zend_exceptions.h>
 
 #include <array>

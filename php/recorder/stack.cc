@@ -1,5 +1,6 @@
 #include "recorder/stack.h"
 
+#include <php.h>
 #include <zend_attributes.h>
 #include <zend_generators.h>
 

@@ -1,5 +1,6 @@
 #include "recorder/values.h"
 
+#include <php.h>
 #include <zend_enum.h>
 #include <zend_smart_str.h>
 
