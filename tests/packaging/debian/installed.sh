@@ -45,8 +45,10 @@ expect_consumer -DCMAKE_BUILD_TYPE=Release
 expect_example /usr/share/doc/libqmsg-dev -DCMAKE_BUILD_TYPE=Release
 install ./build/package/qmsg-tools_*.deb
 expect_tool
+install ./build/package/php*-qmsg_*.deb php-cli
+expect_recording
 install man-db bash-completion zsh fish
 expect_help
 
-remove libqmsg1 libqmsg-dev qmsg-tools python3-qmsg
+remove libqmsg1 libqmsg-dev qmsg-tools python3-qmsg 'php*-qmsg'
 expect_nothing 'after the removal'

@@ -15,17 +15,20 @@ version=$(sed --quiet 's/^project(qmsg VERSION \([^ ]*\).*/\1/p' CMakeLists.txt)
 soversion=$(sed --quiet 's/^set(qmsg_soversion \(.*\))$/\1/p' CMakeLists.txt)
 architecture=$(dpkg --print-architecture)
 libdir=lib/$(dpkg-architecture --query DEB_HOST_MULTIARCH)
+php=$(php-config --version | cut --delimiter=. --fields=1,2)
 tarball=$packages/qmsg-$version-Linux-$(uname --machine).tar.gz
 scratch=$(mktemp --directory)
 trap 'rm --recursive --force "$scratch"' EXIT
 
 expect_equal 'the packages' "libqmsg-dev_${version}_$architecture.deb
 libqmsg${soversion}_${version}_$architecture.deb
+php$php-qmsg_${version}_$architecture.deb
 python3-qmsg_${version}_all.deb
 qmsg-tools_${version}_$architecture.deb" "$(cd "$packages" && printf '%s\n' *.deb)" \
   'See debian/control; its libqmsgN follows qmsg_soversion in CMakeLists.txt.'
 expect_equal 'the packages with debug information' \
   "libqmsg$soversion-dbgsym_${version}_$architecture.deb
+php$php-qmsg-dbgsym_${version}_$architecture.deb
 qmsg-tools-dbgsym_${version}_$architecture.deb" "$(cd "$packages/debug" && printf '%s\n' *.deb)" \
   'dh_strip makes them, if what it strips was compiled with -g: see debian/rules.'
 
@@ -41,13 +44,13 @@ manifest() { # PACKAGE
     grep --invert-match --line-regexp --fixed-strings --file=tests/packaging/debian/libqmsg1.txt \
       --file=<(sed 's/\.gz$//' tests/packaging/debian/qmsg-tools.txt) tests/packaging/manifest.txt
   fi
-  cat "tests/packaging/debian/$1.txt"
+  sed "s|PHPVERSION|$php|; s|PHPINTERFACE|$(php-config --phpapi)|" "tests/packaging/debian/${1/$php/}.txt"
   if [[ $1 == libqmsg-dev ]]; then
     cat tests/packaging/debian/reference.txt
   fi
 }
 
-for package in libqmsg1 libqmsg-dev python3-qmsg qmsg-tools; do
+for package in libqmsg1 libqmsg-dev "php$php-qmsg" python3-qmsg qmsg-tools; do
   dpkg-deb --extract "$packages/$package"_*.deb "$scratch/$package"
   difference=$(diff \
     <(manifest "$package" | manifest_lines . "$libdir" release share/zsh/vendor-completions \
@@ -58,6 +61,7 @@ for package in libqmsg1 libqmsg-dev python3-qmsg qmsg-tools; do
 done
 
 while read -r package field expected; do
+  package=${package/#php-/php$php-}
   expected=${expected//VERSION/$version}
   found=$(dpkg-deb --field "$packages/$package"_*.deb "$field")
   # shellcheck disable=SC2053  # The expected value is a pattern.
@@ -69,8 +73,10 @@ expect_equal 'what is said to packages that are linked with the library' \
   "libqmsg $soversion libqmsg$soversion (>= $version)" \
   "$(dpkg-deb --info "$packages"/libqmsg1_*.deb shlibs)" 'dh_makeshlibs writes this.'
 
-# Modules of Python are compiled on installation. The library's package has a trigger for ldconfig.
+# Modules of Python are compiled on installation, those of PHP are switched on. The library's package has
+# a trigger for ldconfig.
 while read -r package expected; do
+  package=${package/#php-/php$php-}
   expect_equal "the scripts and triggers of $package" "$expected" "$(
     dpkg-deb --ctrl-tarfile "$packages/$package"_*.deb | tar --list |
       grep --extended-regexp --only-matching '(pre|post)(inst|rm)$|triggers$' | sort | xargs
@@ -78,6 +84,7 @@ while read -r package expected; do
 done <<'SCRIPTS'
 libqmsg1 triggers
 libqmsg-dev
+php-qmsg postinst postrm preinst prerm
 qmsg-tools
 python3-qmsg postinst prerm
 SCRIPTS

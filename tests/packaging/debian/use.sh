@@ -53,6 +53,18 @@ print(f"{qmsg.implementation()}: {query.SerializeToString().hex()}")')" \
     'See python/CMakeLists.txt, and whether a libqmsg is installed that does not belong here.'
 }
 
+# A request of PHP, recorded because the package has switched the extension on.
+expect_recording() {
+  local folder
+  folder=$(mktemp --directory)
+  php -d "qmsg.output=file:$folder/records" -r 'trigger_error("noticed");' >"$folder/output"
+  expect_equal 'the recorded messages' 'RInitData Error RShutdownData' \
+    "$(qmsg decode --framing any --compact "$folder/records" |
+      sed --quiet 's/^{"@type":"[^"]*\.\([A-Za-z]*\)".*/\1/p' | xargs)" \
+    'See debian/qmsg.ini, and php --ri qmsg.'
+  rm --recursive "$folder"
+}
+
 # Field 7, a varint: 7 * 8 + 0 = 0x38.
 expect_tool() {
   expect_text 'what the tool says of SqlQuery.flags' 'tag 38, varint' \
