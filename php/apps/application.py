@@ -27,6 +27,7 @@ class Application:
     secrets: dict  # texts that must not be recorded, each with what it is
     volatile: tuple = ()  # patterns of what differs between two visits of a page
     database_user: str = None  # of MariaDB
+    settings: dict = dataclasses.field(default_factory=dict)  # that its secrets need
 
     def lasting(self, body):
         """The body without what differs between two visits."""

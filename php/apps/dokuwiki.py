@@ -85,5 +85,6 @@ $conf['updatecheck'] = 0;
             Page("/doku.php?id=start&do=admin&page=config", "savedir"),
         ],
         log_in=log_in,
+        settings={"qmsg.redact": "p"},  # the field of the password
         secrets={"the account's password": password, "the hash of the password": account},
         volatile=(r"\b[0-9a-f]{32}\b", r'taskrunner\.php\?[^"]*'))

@@ -69,20 +69,19 @@ class EnduranceTests:
             threads = [threading.Thread(target=load, args=[server.port]) for _ in range(3)]
             for thread in threads:
                 thread.start()
-            workers = server.fpm.worker_pids()
-            for _ in range(3):
-                time.sleep(0.5)
-                server.fpm.master.send_signal(signal.SIGUSR2)
-                wait_until(lambda: server.fpm.worker_pids() and
-                           not set(server.fpm.worker_pids()) & set(workers), "the new workers")
-                workers = server.fpm.worker_pids()
-            time.sleep(0.5)
-            stop.set()
-            for thread in threads:
-                thread.join()
+            try:
+                for reload in range(3):
+                    # New workers compile all of the application again.
+                    wait_until(lambda: len(statuses) >= 10 * (reload + 1), "answers under load")
+                    server.fpm.master.send_signal(signal.SIGUSR2)
+                wait_until(lambda: len(statuses) >= 40, "answers after the last reload")
+            finally:
+                stop.set()
+                for thread in threads:
+                    thread.join()
             good = statuses.count(self.app.pages[0].status)
             recorded = records.wait_for(path, good)
-        self.assertGreater(good, 10)
+        self.assertGreater(good, 20)
         self.assertEqual([request.target for request in recorded if not request.begun], [])
         self.assertEqual([request.target for request in records.read(path) if not request.ended], [])
         self.assert_readable(path)

@@ -132,7 +132,7 @@ while IFS=$'\t' read -r test without with; do
 done <"$work/different"
 cut --fields=1 "$work/with" | sort | uniq --count | sed 's/^ */With the extension: /'
 
-"$QMSG" check --framing any "$work/records.any" >"$work/check" || {
+"$QMSG" check --framing any "$work/records.any" >"$work/check" 2>&1 || {
   failed=1
   grep --max-count=20 ': error: ' "$work/check"
 }

@@ -32,7 +32,8 @@ class Result(unittest.TextTestResult):
     def getDescription(self, test):
         if not hasattr(test, "_testMethodName") or "SubTest" in type(test).__name__:
             return f"{self.getDescription(test.test_case)} {test._subDescription()}"
-        return f"{type(test).__name__}: {test._testMethodName.removeprefix('test_').replace('_', ' ')}"
+        name = getattr(test, "PROGRAM", type(test).__name__)
+        return f"{name}: {test._testMethodName.removeprefix('test_').replace('_', ' ')}"
 
 
 class Surroundings:

@@ -1,23 +1,21 @@
 #!/usr/bin/env bash
-# Usage: php/apps/run.sh apps [OPTION...] [APPLICATION...]
-#        php/apps/run.sh cost [OPTION...]
-# Runs run.py or cost.py with the extension in QMSG_MODULE and the tool in QMSG, and builds them if the
-# variables are not set.
+# Usage: php/apps/run.sh apps|cost|php_src [ARGUMENT...]
+# Runs run.py, cost.py or php_src.sh with the extension in QMSG_MODULE and the tool in QMSG. Without these
+# variables, it builds both.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/../.."
 
 what=$1
 shift
-preset=gcc
-[[ $what == apps ]] || preset=release
 if [[ -z ${QMSG_MODULE-} || -z ${QMSG-} ]]; then
-  cmake --preset "$preset" >/dev/null
-  cmake --build --preset "$preset" --target qmsg_php qmsg_cli
+  cmake --preset gcc >/dev/null
+  cmake --build --preset gcc --target qmsg_php qmsg_cli
+  QMSG_MODULE=$PWD/build/gcc/php/qmsg.so QMSG=$PWD/build/gcc/tools/qmsg
 fi
-export QMSG_MODULE=${QMSG_MODULE:-$PWD/build/$preset/php/qmsg.so}
-export QMSG=${QMSG:-$PWD/build/$preset/tools/qmsg}
+export QMSG_MODULE QMSG
 
 case $what in
   apps) exec /usr/bin/python3 -B php/apps/run.py "$@" ;;
   cost) exec /usr/bin/python3 -B php/apps/cost.py "$@" ;;
+  php_src) exec php/apps/php_src.sh "$@" ;;
 esac

@@ -16,6 +16,9 @@ from servers import Served
 
 REQUESTS = int(os.environ.get("QMSG_REQUESTS", "200"))
 
+# What the server takes from both ends of a statement.
+WITHOUT = "; \t\r\n"
+
 # All that the extension can record.
 EVERYTHING = {"qmsg.record": "all", "qmsg.functions": "exact", "qmsg.sql_literals": "1"}
 
@@ -147,32 +150,35 @@ class WebTests:
         # The driver sends this one itself.
         logged = [statement for statement in logged if statement.text != "SET NAMES utf8mb4"]
         for number, (mine, theirs) in enumerate(zip(recorded, logged)):
-            text = mine["query"].strip()
+            text = mine["query"].strip(WITHOUT)
             pattern = ".*".join(map(re.escape, text.removesuffix("...").split("[redacted]")))
             self.assertTrue(re.fullmatch(pattern + (".*" if text.endswith("...") else ""),
-                                         theirs.text.strip(), re.DOTALL),
+                                         theirs.text.strip(WITHOUT), re.DOTALL),
                             f"statement {number}: {text!r} is recorded, {theirs.text!r} is in the log")
-            self.assertEqual(mine.get("rows", 0), theirs.rows_sent or theirs.rows_affected, text)
+            if re.match(r"\(?(SELECT|INSERT|UPDATE|DELETE|REPLACE)\b", text, re.IGNORECASE):
+                # The server does not count the rows of all others.
+                self.assertEqual(mine.get("rows", 0), theirs.rows_sent or theirs.rows_affected, text)
             frames = mine["stack_trace"]["frames"]
             self.assertTrue(frames[-1]["file_name"].startswith(str(self.app.root)), frames)
         # The server ends its measurement after it has sent the result.
         duration = sum(records.seconds(mine["duration"]) for mine in recorded)
-        self.assertLess(sum(theirs.seconds for theirs in logged) / 2, duration)
+        self.assertLessEqual(sum(theirs.seconds for theirs in logged) / 2, duration)
         self.assertLess(duration, longest)
         self.assertEqual([mine["query"] for mine in recorded[len(logged):]], [])
         self.assertEqual([theirs.text for theirs in logged[len(recorded):]], [])
 
     def test_records_no_secret(self):
-        with self.recorded(**EVERYTHING) as (server, path), Browser(server.port) as browser:
+        with self.recorded(**EVERYTHING, **self.app.settings) as (server, path), \
+                Browser(server.port) as browser:
             visited = self.visit(browser)
             records.wait_for(path, len(visited))
             secrets = dict(self.app.secrets)
             for name, value in browser.cookies.items():
-                if not value.isdigit():  # those are times, which pages have, too
+                if len(value) > 12:  # others are names and times, which pages have, too
                     secrets[f"the cookie {name}"] = value
         recorded = path.read_bytes()
         # The search would find them: it finds what is no secret.
-        self.assertIn(self.app.pages_after_login[-1].target.encode(), recorded)
+        self.assertIn(self.app.pages[0].target.encode(), recorded)
         found = {}
         for what, value in secrets.items():
             for form in {value, urllib.parse.unquote(value), urllib.parse.quote(value)}:
