@@ -6,21 +6,13 @@
 #include <exception>
 #include <ext/standard/info.h>
 
+#include "arginfo.h"
+#include "codec/codec.h"
 #include "recorder/engine.h"
-#include "recorder/events.h"
 #include "recorder/lifecycle.h"
 #include "recorder/settings.h"
 
 namespace {
-
-ZEND_BEGIN_ARG_INFO_EX(kEventArguments, 0, 0, 1)
-ZEND_ARG_TYPE_INFO(0, type, IS_STRING, 0)
-ZEND_ARG_TYPE_INFO_WITH_DEFAULT_VALUE(0, text, IS_STRING, 0, "''")
-ZEND_ARG_TYPE_INFO_WITH_DEFAULT_VALUE(0, data, IS_MIXED, 0, "null")
-ZEND_ARG_TYPE_INFO_WITH_DEFAULT_VALUE(0, severity, IS_LONG, 0, "0")
-ZEND_END_ARG_INFO()
-
-const zend_function_entry kFunctions[] = {ZEND_FE(qmsg_event, kEventArguments) ZEND_FE_END};
 
 PHP_MINIT_FUNCTION(qmsg) {
   RegisterSettings(type, module_number);
@@ -31,10 +23,11 @@ PHP_MINIT_FUNCTION(qmsg) {
     zend_error(E_CORE_WARNING, "qmsg: %s", error.what());
     return FAILURE;
   }
-  return SUCCESS;
+  return qmsg::php::StartCodec() ? SUCCESS : FAILURE;
 }
 
 PHP_MSHUTDOWN_FUNCTION(qmsg) {
+  qmsg::php::StopCodec();
   UnregisterSettings(type, module_number);
   return SUCCESS;
 }

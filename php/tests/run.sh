@@ -1,9 +1,13 @@
 #!/usr/bin/env bash
 # Usage: run.sh EXTENSION PHP_CONFIG QMSG [TEST...]
-# Runs the .phpt files of this folder, or some, with PHP's own runner. QMSG is the tool.
+# Runs the .phpt files of this folder, or some, with PHP's own runner. QMSG is the tool. The tests find
+# both in the environment, with the golden bytes and the stub.
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 export QMSG_EXTENSION=$1 QMSG=$3
+QMSG_VECTORS=$(realpath "$here/../../tests/vectors")
+QMSG_STUB=$(realpath "$here/../qmsg.stub.php")
+export QMSG_VECTORS QMSG_STUB
 php=$("$2" --php-binary)
 runner=$("$2" --extension-dir)/build/run-tests.php
 shift 3

@@ -1,0 +1,20 @@
+// Makes PHP arrays from the wire format.
+#pragma once
+
+#include <php.h>
+
+#include <string_view>
+
+#include "codec/tables.h"
+
+namespace qmsg::php {
+
+// A time is an array of its fields as the outermost message, and a text in a field.
+enum class Form { kOutermost, kField };
+
+// Decodes bytes as a writer writes them: fields by ascending numbers, and nothing undeclared.
+// Returns false for all others, good or bad; what it has made until then is in `out`. It runs at
+// the mercy of the engine, which may leave it for good at each allocation: it owns nothing else.
+bool DecodeCanonical(const MessageTable& table, Form form, std::string_view bytes, zval* out);
+
+}  // namespace qmsg::php
