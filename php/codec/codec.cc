@@ -67,7 +67,9 @@ bool DecodeAny(std::string_view bytes, std::int64_t base, int depth, zval* out) 
   if (!Guarded([&] {
         any = ContentOfAny(bytes, base);
         if (depth == 0) {
-          throw Failure{"messages are nested more than " + std::to_string(kMostAnyDepth) + " deep",
+          throw Failure{"offset " + std::to_string(any.offset) +
+                            ", value: messages are nested more than " +
+                            std::to_string(kMostAnyDepth) + " deep",
                         "value", any.offset};
         }
       })) {
@@ -93,7 +95,7 @@ bool DecodeAny(std::string_view bytes, std::int64_t base, int depth, zval* out) 
   return true;
 }
 
-// Returns false with the last failure, and then without a value in `out`.
+// Returns false with the last failure, or where memory is exhausted.
 bool Decode(const MessageTable& table, Form form, std::string_view bytes, std::int64_t base,
             int depth, zval* out) {
   if (table.is_any) {
@@ -104,12 +106,15 @@ bool Decode(const MessageTable& table, Form form, std::string_view bytes, std::i
   }
   zval_ptr_dtor(out);
   ZVAL_NULL(out);
+  if (IsMemoryExhausted()) {
+    return false;
+  }
   std::string& canonical = TheMemory().canonical;
   if (!Guarded([&] { canonical = Canonical(table, bytes, base); })) {
     return false;
   }
   const bool decoded = DecodeCanonical(table, form, canonical, out);
-  ZEND_ASSERT(decoded);
+  ZEND_ASSERT(decoded || IsMemoryExhausted());
   canonical = std::string();
   return decoded;
 }
@@ -209,7 +214,8 @@ PHP_FUNCTION(qmsg_decode) {
     RETURN_THROWS();
   }
   if (!qmsg::php::Decode(*table, qmsg::php::Form::kOutermost, qmsg::php::View(bytes), 0,
-                         qmsg::php::kMostAnyDepth, return_value)) {
+                         qmsg::php::kMostAnyDepth, return_value) &&
+      !qmsg::php::IsMemoryExhausted()) {
     qmsg::php::ThrowLastFailure();
     RETURN_THROWS();
   }

@@ -166,6 +166,9 @@ bool DecodeElements(const Field& field, Span& from, zval* out) {
     zend_hash_real_init_packed(elements);
   }
   do {
+    if (IsMemoryExhausted()) {
+      return false;
+    }
     if (field.kind == Kind::kMap) {
       Span entry{};
       if (!ReadContent(from, entry) || !DecodeMapEntry(field, entry, elements)) {

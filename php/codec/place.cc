@@ -1,5 +1,7 @@
 #include "codec/place.h"
 
+#include <array>
+#include <charconv>
 #include <string_view>
 
 #include "check/findings.h"
@@ -14,8 +16,18 @@ std::string Described(const zval* value) {
   switch (Z_TYPE_P(value)) {
     case IS_STRING:
       return "the string " + Quoted(View(Z_STR_P(value)));
+    case IS_TRUE:
+      return "true";
+    case IS_FALSE:
+      return "false";
     case IS_LONG:
       return std::to_string(Z_LVAL_P(value));
+    case IS_DOUBLE: {
+      std::array<char, 32> number{};
+      char* const end =
+          std::to_chars(number.data(), number.data() + number.size(), Z_DVAL_P(value)).ptr;
+      return std::string(number.data(), end);
+    }
     case IS_OBJECT:
       return "an object of " + Escape(View(Z_OBJCE_P(value)->name));
     default:

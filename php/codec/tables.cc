@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "io/escape.h"
 #include "schema/schema.h"
 
 namespace qmsg::php {
@@ -82,7 +83,7 @@ const MessageTable* Tables::Find(std::string_view name) const {
   if (found != by_name_.end() && found->second != nullptr) {
     return found->second;
   }
-  return messages_.at(FindMessage(std::string(name))).get();
+  return messages_.at(FindMessage(Escape(name))).get();
 }
 
 const MessageTable* Tables::OfUrl(std::string_view url) const {
