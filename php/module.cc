@@ -54,15 +54,10 @@ PHP_MINFO_FUNCTION(qmsg) {
 }  // namespace
 
 // NOLINTNEXTLINE(misc-use-internal-linkage): the engine's macro names it
-zend_module_entry qmsg_module_entry = {STANDARD_MODULE_HEADER,
-                                       "qmsg",
-                                       kFunctions,
-                                       PHP_MINIT(qmsg),
-                                       PHP_MSHUTDOWN(qmsg),
-                                       PHP_RINIT(qmsg),
-                                       PHP_RSHUTDOWN(qmsg),
-                                       PHP_MINFO(qmsg),
-                                       QMSG_VERSION,
-                                       STANDARD_MODULE_PROPERTIES};
+zend_module_entry qmsg_module_entry = {STANDARD_MODULE_HEADER, "qmsg",
+                                       kModuleFunctions,       PHP_MINIT(qmsg),
+                                       PHP_MSHUTDOWN(qmsg),    PHP_RINIT(qmsg),
+                                       PHP_RSHUTDOWN(qmsg),    PHP_MINFO(qmsg),
+                                       QMSG_VERSION,           STANDARD_MODULE_PROPERTIES};
 
 ZEND_GET_MODULE(qmsg)

@@ -12,8 +12,8 @@ namespace qmsg::php {
 // A time is an array of its fields as the outermost message, and a text in a field.
 enum class Form { kOutermost, kField };
 
-// Whether the memory limit is exhausted. Most engines leave a call by a jump then. Those that only note
-// it expect the call to return soon, and end the process if it takes much more memory.
+// Whether the memory limit is exhausted. Most engines leave a call by a jump then. Those that only
+// note it expect the call to return soon, and end the process if it takes much more memory.
 inline bool IsMemoryExhausted() {
 #ifdef ZEND_HAS_OOM
   return ZEND_HAS_OOM();
