@@ -26,7 +26,7 @@ std::string Described(const zval* value) {
       std::array<char, 32> number{};
       char* const end =
           std::to_chars(number.data(), number.data() + number.size(), Z_DVAL_P(value)).ptr;
-      return std::string(number.data(), end);
+      return {number.data(), end};
     }
     case IS_OBJECT:
       return "an object of " + Escape(View(Z_OBJCE_P(value)->name));

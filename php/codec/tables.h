@@ -85,7 +85,7 @@ class Tables {
  private:
   const MessageTable* Add(const google::protobuf::Descriptor* type);
   const EnumTable* Add(const google::protobuf::EnumDescriptor* type);
-  Field MakeField(const google::protobuf::FieldDescriptor* field);
+  Field MakeField(const google::protobuf::FieldDescriptor* descriptor);
   void AddNames(const MessageTable* table);
 
   std::unordered_map<const google::protobuf::Descriptor*, std::unique_ptr<MessageTable>> messages_;
