@@ -79,6 +79,15 @@ def read(path):
     return list(requests.values())
 
 
+def count(path, name):
+    """How many records of a type are in a file, which may be large."""
+    result = _tool("stats", "--framing", "any", path)
+    assert result.returncode == 0, result.stderr
+    [total] = [int(line.split()[0]) for line in result.stdout.split("\n\n")[0].splitlines()
+               if line.endswith(f".{name}")]
+    return total
+
+
 def size(path):
     return path.stat().st_size if path.exists() else 0
 
