@@ -21,6 +21,7 @@ HELD_BY = {
     ("embedding", "text"): "../embedding/collision_test.py",
     ("getting-started", '"Install from source"'): "readme_commands.sh",
     ("hostile-input", "cpp"): "hostile_input_test.py",
+    ("php-qmsg", '"Install"'): "../packaging/debian/installed.sh",
     ("performance-guide", "cpp"): "performance_guide_test.py",
     **{("wire-format", language): "wire_format_test.py" for language in
        ("c", "cpp", "go", "java", "js", "php", "python", "rust", "sh", "text", "textproto")},

@@ -45,7 +45,8 @@ expect_consumer -DCMAKE_BUILD_TYPE=Release
 expect_example /usr/share/doc/libqmsg-dev -DCMAKE_BUILD_TYPE=Release
 install ./build/package/qmsg-tools_*.deb
 expect_tool
-install ./build/package/php*-qmsg_*.deb php-cli
+install php-cli
+bash -euo pipefail -c "$(tests/docs/commands.sh docs/php-qmsg.md Install)"
 expect_recording
 install man-db bash-completion zsh fish
 expect_help
