@@ -26,6 +26,7 @@ scripted=(
   "python|Python: C++ runtime|cpp"
   "python|Python: C++ runtime with libqmsg|qmsg"
   "php|PHP: pure|"
+  "php-qmsg|PHP: extension qmsg|"
 )
 
 rm -f "$build/benchmarks.txt"
