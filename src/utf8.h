@@ -78,7 +78,7 @@ QMSG_INLINE bool IsAscii(const char* text, std::size_t size) {
   if (size <= kBlock) {
     return IsShortAscii(text, size);
   }
-  Bytes all = LoadWord<Bytes>(text + size - kBlock);
+  auto all = LoadWord<Bytes>(text + size - kBlock);
   for (std::size_t i = 0; i < size - kBlock; i += kBlock) {
     all |= LoadWord<Bytes>(text + i);
   }
