@@ -270,6 +270,7 @@ http {{
   include /etc/nginx/mime.types;
   access_log off;
   keepalive_requests 1000000;
+  keepalive_timeout 1h;
   server {{
     listen 127.0.0.1:{self.port};
     root {self.root};

@@ -31,8 +31,12 @@ bool EndsWith(std::string_view text, std::string_view end) {
 
 void Redaction::Reset(std::string_view more_names) {
   values_.clear();
-  names_.clear();
-  ForEachItem(more_names, [this](std::string_view name) { names_.push_back(Lower(name)); });
+  std::vector<std::string> names;
+  ForEachItem(more_names, [&names](std::string_view name) { names.push_back(Lower(name)); });
+  if (names != names_) {
+    names_ = std::move(names);
+    known_names_.clear();
+  }
 }
 
 void Redaction::AddSecret(std::string_view value) {
@@ -44,11 +48,29 @@ void Redaction::AddSecret(std::string_view value) {
   }
 }
 
+bool Redaction::HasNoValue(std::string_view text) const {
+  return std::none_of(values_.begin(), values_.end(), [text](const std::string& value) {
+    return text.find(value) != std::string_view::npos;
+  });
+}
+
 bool Redaction::IsSecretName(std::string_view name) const {
+  constexpr std::size_t kMostKnown = 5000;
   constexpr std::size_t kLongestName = 128;
   if (name.empty() || name.size() > kLongestName) {
     return false;
   }
+  if (known_names_.size() == kMostKnown) {
+    known_names_.clear();
+  }
+  const auto [known, is_new] = known_names_.try_emplace(std::string(name));
+  if (is_new) {
+    known->second = MatchesSecretName(name);
+  }
+  return known->second;
+}
+
+bool Redaction::MatchesSecretName(std::string_view name) const {
   if (name == "PWD" || name == "OLDPWD") {  // folders, in the environment
     return false;
   }

@@ -2,6 +2,7 @@
 
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 // What must not be recorded: values with a name of a secret, values that are known to be secret,
@@ -21,6 +22,9 @@ class Redaction {
   // Whether a parameter, key, header or constant of this name holds a secret, such as DB_PASSWORD.
   bool IsSecretName(std::string_view name) const;
 
+  // Whether Redact() would change nothing in a text without = and :.
+  bool HasNoValue(std::string_view text) const;
+
   // Replaces what is secret in a text: known values; what stands behind a secret name, as in
   // token=..., "password": "..." or Cookie: ...; the password of user:password@host.
   std::string Redact(std::string_view text) const;
@@ -29,7 +33,11 @@ class Redaction {
   std::size_t NamedValue(std::string_view text, std::size_t separator, std::size_t begin,
                          std::size_t& end) const;
 
+  bool MatchesSecretName(std::string_view name) const;
+
   std::vector<std::string> names_;  // in lower case
+  // Requests use the same names again and again.
+  mutable std::unordered_map<std::string, bool> known_names_;
   std::vector<std::string> values_;
 };
 

@@ -4,6 +4,7 @@
 #include <zend_enum.h>
 #include <zend_smart_str.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -27,19 +28,22 @@ void AppendNumber(std::string& json, double number) {
   json.append(digits.data(), static_cast<std::size_t>(end - digits.data()));
 }
 
-const char* ResourceType(const zend_resource* resource) {
-  const char* type = zend_rsrc_list_get_rsrc_type(const_cast<zend_resource*>(resource));
-  return type == nullptr ? "closed" : type;
+// Printable ASCII without what JSON escapes, and without = and :, which a secret may follow.
+constexpr std::array<bool, 256> PlainBytes() {
+  std::array<bool, 256> plain{};
+  for (std::size_t byte = ' '; byte <= '~'; ++byte) {
+    plain.at(byte) = byte != '"' && byte != '\\' && byte != '=' && byte != ':';
+  }
+  return plain;
 }
 
-}  // namespace
-
-std::string_view ClassName(const zend_class_entry* type) {
-  const std::string_view name = View(type->name);
-  return name.substr(0, name.find('\0'));
+bool IsPlain(std::string_view bytes) {
+  static constexpr std::array<bool, 256> kPlain = PlainBytes();
+  return std::all_of(bytes.begin(), bytes.end(),
+                     [](char c) { return kPlain[static_cast<unsigned char>(c)]; });
 }
 
-void AppendJsonText(std::string& json, std::string_view text) {
+void AppendQuoted(std::string& json, std::string_view text) {
   json += '"';
   for (const char c : text) {
     constexpr std::string_view kDigits = "0123456789abcdef";
@@ -65,7 +69,38 @@ void AppendJsonText(std::string& json, std::string_view text) {
   json += '"';
 }
 
+const char* ResourceType(const zend_resource* resource) {
+  const char* type = zend_rsrc_list_get_rsrc_type(const_cast<zend_resource*>(resource));
+  return type == nullptr ? "closed" : type;
+}
+
+}  // namespace
+
+std::string_view ClassName(const zend_class_entry* type) {
+  const std::string_view name = View(type->name);
+  return name.substr(0, name.find('\0'));
+}
+
+// Most texts are short names, for which nothing has to be copied more than once.
+bool ValueWriter::IsKeptAsItIs(std::string_view bytes) const {
+  return bytes.size() <= limits_.text && IsPlain(bytes) && !LooksLikeSql(bytes) &&
+         redaction_->HasNoValue(bytes);
+}
+
+void ValueWriter::AppendJsonText(std::string_view bytes, std::string& json) const {
+  if (IsKeptAsItIs(bytes)) {
+    json += '"';
+    json += bytes;
+    json += '"';
+  } else {
+    AppendQuoted(json, Text(bytes));
+  }
+}
+
 std::string ValueWriter::Text(std::string_view bytes) const {
+  if (IsKeptAsItIs(bytes)) {
+    return std::string(bytes);
+  }
   // What is redacted shrinks, and what is behind the cut must not be half a secret: the text is
   // redacted before it is cut. A margin bounds the work.
   constexpr std::size_t kMargin = 1024;
@@ -136,7 +171,7 @@ void AppendJsonObject(const zend_object* object, std::string& json) {
   std::string text;
   AppendUtf8(text, name);
   json += is_case ? "{\"enum\":" : "{\"class\":";
-  AppendJsonText(json, text);
+  AppendQuoted(json, text);
   json += '}';
 }
 
@@ -158,7 +193,7 @@ void ValueWriter::AppendJson(const zval* value, int depth, std::string& json) co
       AppendNumber(json, Z_DVAL_P(value));
       break;
     case IS_STRING:
-      AppendJsonText(json, Text(View(Z_STR_P(value))));
+      AppendJsonText(View(Z_STR_P(value)), json);
       break;
     case IS_ARRAY:
       AppendJsonArray(Z_ARRVAL_P(value), depth, json);
@@ -168,7 +203,7 @@ void ValueWriter::AppendJson(const zval* value, int depth, std::string& json) co
       break;
     case IS_RESOURCE:
       json += "{\"resource\":";
-      AppendJsonText(json, ResourceType(Z_RES_P(value)));
+      AppendQuoted(json, ResourceType(Z_RES_P(value)));
       json += '}';
       break;
     default:
@@ -200,13 +235,13 @@ void ValueWriter::AppendJsonArray(HashTable* array, int depth, std::string& json
     ++count;
     std::string name;
     if (!is_list) {
-      name = key == nullptr ? std::to_string(static_cast<zend_long>(number)) : Text(View(key));
-      AppendJsonText(json, name);
+      name = key == nullptr ? std::to_string(static_cast<zend_long>(number)) : View(key);
+      AppendJsonText(name, json);
       json += ':';
     }
     ZVAL_DEREF(element);
     if (Z_TYPE_P(element) > IS_TRUE && redaction_->IsSecretName(name)) {
-      AppendJsonText(json, kRedacted);
+      AppendQuoted(json, kRedacted);
     } else {
       AppendJson(element, depth + 1, json);
     }

@@ -20,6 +20,9 @@ class ValueWriter {
   ValueWriter(const Redaction& redaction, ValueLimits limits)
       : redaction_(&redaction), limits_(limits) {}
 
+  // Appends what Text() returns, as a JSON string.
+  void AppendJsonText(std::string_view bytes, std::string& json) const;
+
   // Text as UTF-8, redacted, and cut with "..." behind it.
   std::string Text(std::string_view bytes) const;
 
@@ -34,6 +37,7 @@ class ValueWriter {
   static void WriteRedacted(quor::protobuf::QuorPHP::QVal& result);
 
  private:
+  bool IsKeptAsItIs(std::string_view bytes) const;
   void AppendJson(const zval* value, int depth, std::string& json) const;
   void AppendJsonArray(HashTable* array, int depth, std::string& json) const;
 
@@ -43,6 +47,3 @@ class ValueWriter {
 
 // Name of a class without what PHP hides in it: a class without a name has its file behind a NUL.
 std::string_view ClassName(const zend_class_entry* type);
-
-// Appends text as a JSON string.
-void AppendJsonText(std::string& json, std::string_view text);
