@@ -24,9 +24,9 @@ std::string Described(const zval* value) {
       return std::to_string(Z_LVAL_P(value));
     case IS_DOUBLE: {
       std::array<char, 32> number{};
-      char* const end =
+      const char* const end =
           std::to_chars(number.data(), number.data() + number.size(), Z_DVAL_P(value)).ptr;
-      return {number.data(), end};
+      return {number.data(), static_cast<std::size_t>(end - number.data())};
     }
     case IS_OBJECT:
       return "an object of " + Escape(View(Z_OBJCE_P(value)->name));

@@ -154,7 +154,7 @@ bool ReadOffset(Reader& reader, std::int64_t& seconds) {
       !reader.Digits(2, minutes) || hours > 23 || minutes > 59) {
     return false;
   }
-  seconds = std::int64_t{is_behind ? -60 : 60} * (60 * hours + minutes);
+  seconds = std::int64_t{60} * (60 * hours + minutes) * (is_behind ? -1 : 1);
   return true;
 }
 
@@ -218,8 +218,8 @@ bool ReadTimestamp(std::string_view text, Time& time) {
       minute > 59 || second > 59) {
     return false;
   }
-  time.seconds = DaysSinceEpoch({year, month, day}) * kSecondsPerDay + 3600L * hour + 60L * minute +
-                 second - offset;
+  const int second_of_day = 3600 * hour + 60 * minute + second;
+  time.seconds = DaysSinceEpoch({year, month, day}) * kSecondsPerDay + second_of_day - offset;
   return time.seconds >= kFirstSecond && time.seconds <= kLastSecond;
 }
 
