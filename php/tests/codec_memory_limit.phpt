@@ -16,7 +16,7 @@ register_shutdown_function(function () {
     var_dump(count(qmsg_check('SqlQuery', "\x78\x01")));
 });
 // In another order than a writer's, so that the bytes are in C++'s memory too.
-$bytes = "\x12\x01h\x0a\x01a" . str_repeat("\x12\x01h", 500000);
+$bytes = "\x12\x01h\x0a\x01a" . str_repeat("\x12\x01h", 1000000);
 qmsg_decode('RequestHeaders', $bytes);
 --EXPECTF--
 Allowed memory size of 8388608 bytes exhausted%s
