@@ -76,6 +76,32 @@ QMSG_INLINE bool SkipTag(Span& from, std::uint32_t tag) {
   return true;
 }
 
+// Moves past the value of an undeclared field. Groups are left to the message's class.
+bool SkipValue(Span& from, std::uint32_t tag) {
+  std::uint64_t number = 0;
+  Span content{};
+  std::ptrdiff_t size = 0;
+  switch (tag & 7U) {
+    case WireFormatLite::WIRETYPE_VARINT:
+      return ReadNumber(from, number);
+    case WireFormatLite::WIRETYPE_LENGTH_DELIMITED:
+      return ReadContent(from, content);
+    case WireFormatLite::WIRETYPE_FIXED64:
+      size = 8;
+      break;
+    case WireFormatLite::WIRETYPE_FIXED32:
+      size = 4;
+      break;
+    default:
+      return false;
+  }
+  if (from.end - from.at < size) {
+    return false;
+  }
+  from.at += size;
+  return true;
+}
+
 bool IsUtf8(Span text) {
   const auto size = static_cast<std::size_t>(text.end - text.at);
   return IsCertainlyUtf8(text.at, size) ||
@@ -278,12 +304,18 @@ bool DecodeMessage(const MessageTable& table, Span from, zval* out) {
   zend_hash_real_init_mixed(fields);
   std::uint32_t last = 0;
   std::uint32_t oneofs = 0;
-  do {
+  while (!from.empty()) {
     std::uint32_t tag = 0;
     if (!ReadTag(from, tag)) {
       return false;
     }
     const Field* field = table.Find(tag >> 3U);
+    if (field == nullptr && tag >> 3U != 0) {
+      if (!SkipValue(from, tag)) {
+        return false;
+      }
+      continue;
+    }
     if (field == nullptr || field->tag != tag || tag <= last || (oneofs & field->oneof) != 0) {
       return false;
     }
@@ -292,7 +324,7 @@ bool DecodeMessage(const MessageTable& table, Span from, zval* out) {
     if (!DecodeField(*field, from, fields)) {
       return false;
     }
-  } while (!from.empty());
+  }
   return true;
 }
 

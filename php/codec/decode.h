@@ -22,10 +22,10 @@ inline bool IsMemoryExhausted() {
 #endif
 }
 
-// Decodes bytes as a writer writes them: fields by ascending numbers, and nothing undeclared.
-// Returns false for all others, good or bad, and where memory is exhausted; what it has made until
-// then is in `out`. It runs at
-// the mercy of the engine, which may leave it for good at each allocation: it owns nothing else.
+// Decodes bytes as a writer writes them: fields by ascending numbers, where undeclared ones are
+// skipped. Returns false for all others, good or bad, and where memory is exhausted; what it has
+// made until then is in `out`. The engine may leave it by a jump at each allocation: it owns
+// nothing else.
 bool DecodeCanonical(const MessageTable& table, Form form, std::string_view bytes, zval* out);
 
 }  // namespace qmsg::php

@@ -1,14 +1,16 @@
 #include "codec/irregular.h"
 
 #include <google/protobuf/any.pb.h>
+#include <google/protobuf/arena.h>
 #include <google/protobuf/io/coded_stream.h>
 #include <google/protobuf/io/zero_copy_stream_impl_lite.h>
+#include <google/protobuf/message.h>
+#include <google/protobuf/stubs/logging.h>
 
 #include <climits>
 
 #include "check/findings.h"
 #include "codec/failure.h"
-#include "schema/schema.h"
 #include "wire/faults.h"
 #include "wire/walk.h"
 
@@ -30,11 +32,14 @@ class FaultThrower : public Visitor {
   std::int64_t base_;
 };
 
-void RefuseFaults(std::string_view bytes, const pb::Descriptor* type, std::int64_t base) {
+void RefuseLength(std::string_view bytes, std::int64_t base) {
   if (bytes.size() > INT_MAX) {
     throw Failure{"a message has at most 2147483647 bytes, not " + std::to_string(bytes.size()), "",
                   base};
   }
+}
+
+void RefuseFaults(std::string_view bytes, const pb::Descriptor* type, std::int64_t base) {
   FaultThrower thrower(base);
   Walk(bytes, type, thrower);
 }
@@ -63,9 +68,13 @@ class AnyReader : public Visitor {
 }  // namespace
 
 std::string Canonical(const MessageTable& table, std::string_view bytes, std::int64_t base) {
-  RefuseFaults(bytes, table.type, base);
-  const std::unique_ptr<pb::Message> message = NewMessage(table.type);
+  RefuseLength(bytes, base);
+  pb::Arena arena;
+  pb::Message* message =
+      pb::MessageFactory::generated_factory()->GetPrototype(table.type)->New(&arena);
+  const pb::LogSilencer silencer;  // the exception says what is wrong
   if (!message->ParseFromArray(bytes.data(), static_cast<int>(bytes.size()))) {
+    RefuseFaults(bytes, table.type, base);
     throw Failure{"the bytes are not a " + table.type->full_name(), "", base};
   }
   message->DiscardUnknownFields();
@@ -79,6 +88,7 @@ std::string Canonical(const MessageTable& table, std::string_view bytes, std::in
 }
 
 AnyContent ContentOfAny(std::string_view bytes, std::int64_t base) {
+  RefuseLength(bytes, base);
   RefuseFaults(bytes, pb::Any::descriptor(), base);
   AnyReader reader;
   Walk(bytes, pb::Any::descriptor(), reader);
