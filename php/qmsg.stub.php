@@ -73,7 +73,7 @@ function qmsg_decode(string $type, string $bytes): array {}
 /**
  * Checks a message: whether it can be decoded, and whether its content follows the conventions of the
  * schema. The findings are those of the command `qmsg check`, in the order of the bytes, at most the
- * first 1000. Each bad message can be decoded that has no finding of severity "error".
+ * first 1000. A message with a finding of severity "error" cannot be decoded.
  *
  * Of a google.protobuf.Any its content is checked too; offsets count from its own first byte, paths
  * from the content.
