@@ -74,7 +74,8 @@ def main():
         if name not in WEB + COMMANDS:
             parser.error(f"there is no '{name}'. There are {', '.join(WEB + COMMANDS)}")
     os.environ["QMSG_REQUESTS"] = "200" if options.quick else "2000"
-    signal.signal(signal.SIGTERM, lambda *_: sys.exit("run.py: ended by SIGTERM"))
+    # unittest goes on after any other exception.
+    signal.signal(signal.SIGTERM, signal.default_int_handler)
 
     loader = unittest.TestLoader()
     if options.only:
@@ -86,7 +87,10 @@ def main():
             tests = (web_tests(name, surroundings) if name in WEB
                      else importlib.import_module(name).Tests)
             suite.addTests(loader.loadTestsFromTestCase(tests))
-        result = unittest.TextTestRunner(verbosity=2, resultclass=Result).run(suite)
+        try:
+            result = unittest.TextTestRunner(verbosity=2, resultclass=Result).run(suite)
+        except KeyboardInterrupt:
+            sys.exit("./dev apps: interrupted")
     sys.exit(not result.wasSuccessful())
 
 

@@ -60,7 +60,9 @@ def working_folder():
         if os.environ.get("QMSG_KEEP"):
             print(f"Kept {folder}", file=sys.stderr)
         else:
-            shutil.rmtree(folder)
+            # A program that was interrupted may still write.
+            wait_until(lambda: shutil.rmtree(folder, ignore_errors=True) or not folder.exists(),
+                       f"{folder} is removed")
 
 
 def wait_until(works, what, seconds=DEADLINE):
@@ -91,6 +93,20 @@ def running(command, log, stop=signal.SIGTERM, environment=None):
                 process.kill()
 
 
+def run_with_children(command, log):
+    """Runs a program to its end. If it fails or is interrupted, what it started ends, too."""
+    with log.open("ab") as output, subprocess.Popen(
+            list(map(str, command)), stdin=subprocess.DEVNULL, stdout=output, stderr=output,
+            start_new_session=True) as process:
+        try:
+            if process.wait(DEADLINE) != 0:
+                raise NoServer(f"{command[0]} failed:\n{log.read_text(errors='replace')}")
+        except BaseException:
+            with contextlib.suppress(ProcessLookupError):
+                os.killpg(process.pid, signal.SIGKILL)
+            raise
+
+
 def wait_for_server(works, process, log):
     def works_or_ended():
         if process.poll() is not None:
@@ -118,10 +134,8 @@ class Database:
         options = [f"--datadir={data}"]
         if os.geteuid() == 0:
             options.append("--user=root")
-        with self.log.open("ab") as log:
-            subprocess.run([program("mariadb-install-db", "mariadb-server-core"), "--no-defaults",
-                            *options, "--auth-root-authentication-method=normal", "--skip-test-db"],
-                           check=True, stdout=log, stderr=log, timeout=DEADLINE)
+        run_with_children([program("mariadb-install-db", "mariadb-server-core"), "--no-defaults", *options,
+                           "--auth-root-authentication-method=normal", "--skip-test-db"], self.log)
         server = [program("mariadbd", "mariadb-server-core"), "--no-defaults", *options,
                   f"--socket={self.socket}", "--skip-networking", "--log-output=TABLE",
                   "--innodb-flush-log-at-trx-commit=0", "--innodb-buffer-pool-size=64M"]
