@@ -120,9 +120,9 @@ class EnduranceTests:
         if cls.plain_seconds is None:
             cls.plain_seconds = self.seconds_per_page({})
         median, slowest = self.seconds_per_page({**recording("", **EVERYTHING), "qmsg.output": output})
-        # Recording everything takes time of its own. A time limit of an output would show as a slow page.
-        self.assertLess(median, 3 * self.plain_seconds[0] + 0.05)
-        self.assertLess(slowest, 3 * self.plain_seconds[1] + 0.3)
+        # An output that waits would stop the pages, or slow each by its time limit.
+        self.assertLess(median, 3 * self.plain_seconds[0] + 1)
+        self.assertLess(slowest, 3 * self.plain_seconds[1] + 5)
 
     def test_a_full_disk_changes_no_page(self):
         if os.geteuid() != 0:
