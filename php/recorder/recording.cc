@@ -82,6 +82,22 @@ std::string Target() {
   return target;
 }
 
+// A posted password comes back in messages of the program, without its name.
+void AddPostedSecrets(Redaction& redaction) {
+  const zval* posted = &PG(http_globals)[TRACK_VARS_POST];
+  if (Z_TYPE_P(posted) != IS_ARRAY) {
+    return;
+  }
+  zend_string* name = nullptr;
+  const zval* value = nullptr;
+  ZEND_HASH_FOREACH_STR_KEY_VAL(Z_ARRVAL_P(posted), name, value) {
+    if (Z_TYPE_P(value) == IS_STRING && redaction.IsSecretName(View(name))) {
+      redaction.AddNamedSecret(View(Z_STR_P(value)));
+    }
+  }
+  ZEND_HASH_FOREACH_END();
+}
+
 }  // namespace
 
 google::protobuf::Duration ToDuration(Clock::duration time) {
@@ -121,6 +137,7 @@ void Recording::Begin() {
   start_ = Clock::now();
   redaction_.Reset(settings_.redact);
   redaction_.AddSecret(View(SG(request_info).auth_password));
+  AddPostedSecrets(redaction_);
   arguments_ = {redaction_, {static_cast<std::size_t>(settings_.max_argument), kArgumentElements}};
   texts_ = {redaction_, {static_cast<std::size_t>(settings_.max_text), kTextElements}};
   records_.clear();

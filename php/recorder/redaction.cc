@@ -48,6 +48,13 @@ void Redaction::AddSecret(std::string_view value) {
   }
 }
 
+void Redaction::AddNamedSecret(std::string_view value) {
+  constexpr std::size_t kShortest = 8;
+  if (value.size() >= kShortest) {
+    AddSecret(value);
+  }
+}
+
 bool Redaction::HasNoValue(std::string_view text) const {
   return std::none_of(values_.begin(), values_.end(), [text](const std::string& value) {
     return text.find(value) != std::string_view::npos;
@@ -81,7 +88,9 @@ bool Redaction::MatchesSecretName(std::string_view name) const {
   return std::any_of(kSecretParts.begin(), kSecretParts.end(), is_in) ||
          std::any_of(kSecretEnds.begin(), kSecretEnds.end(),
                      [&lower](std::string_view end) { return EndsWith(lower, end); }) ||
-         std::any_of(names_.begin(), names_.end(), is_in);
+         std::any_of(names_.begin(), names_.end(), [&](const std::string& known) {
+           return known.size() <= 2 ? lower == known : is_in(known);
+         });
 }
 
 // If the name before text[separator] is a secret's, the begin of its value, and its end in `end`.

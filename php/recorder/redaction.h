@@ -12,12 +12,17 @@ constexpr std::string_view kRedacted = "[redacted]";
 
 class Redaction {
  public:
-  // Forgets the known values. `more_names` is a list with commas.
+  // Forgets the known values. `more_names` is a list with commas: parts of
+  // names, and whole names behind =.
   void Reset(std::string_view more_names);
 
   // A value that is replaced wherever it stands. Values of less than four bytes are not kept: they
   // would be found everywhere.
   void AddSecret(std::string_view value);
+
+  // The same for a value with a name of a secret. It may be no more than a word, so it has to be
+  // longer.
+  void AddNamedSecret(std::string_view value);
 
   // Whether a parameter, key, header or constant of this name holds a secret, such as DB_PASSWORD.
   bool IsSecretName(std::string_view name) const;

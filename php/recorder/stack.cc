@@ -87,13 +87,15 @@ void AppendArguments(zend_execute_data* call, const ValueWriter& values, QuorArr
     const zval* argument = Argument(call, i);
     auto* element = arguments.add_values();
     const std::string_view name = ParameterName(call->func, i);
-    if (name.empty()) {
+    const bool shares_name = i > call->func->common.num_args;  // the second of a variadic parameter
+    if (name.empty() || shares_name) {
       element->set_int_key(i);
     } else {
       element->set_string_key(Utf8(name));
     }
     ZVAL_DEREF(argument);
     if (IsSensitive(call->func, i) || (follows_secret_name && Z_TYPE_P(argument) > IS_TRUE)) {
+      values.Remember(argument);
       ValueWriter::WriteRedacted(*element->mutable_value());
       continue;
     }

@@ -117,6 +117,12 @@ std::string ValueWriter::Text(std::string_view bytes) const {
   return text;
 }
 
+void ValueWriter::Remember(const zval* secret) const {
+  if (Z_TYPE_P(secret) == IS_STRING) {
+    redaction_->AddNamedSecret(View(Z_STR_P(secret)));
+  }
+}
+
 void ValueWriter::WriteRedacted(QVal& result) {
   result.set_value_type(QVal::STRING);
   result.set_string_value(kRedacted.data(), kRedacted.size());
@@ -126,6 +132,7 @@ void ValueWriter::Write(const zval* value, std::string_view name, QVal& result) 
   ZVAL_DEREF(value);
   const bool is_secret = Z_TYPE_P(value) > IS_TRUE && redaction_->IsSecretName(name);
   if (is_secret) {
+    Remember(value);
     WriteRedacted(result);
     return;
   }
@@ -241,6 +248,7 @@ void ValueWriter::AppendJsonArray(HashTable* array, int depth, std::string& json
     }
     ZVAL_DEREF(element);
     if (Z_TYPE_P(element) > IS_TRUE && redaction_->IsSecretName(name)) {
+      Remember(element);
       AppendQuoted(json, kRedacted);
     } else {
       AppendJson(element, depth + 1, json);

@@ -17,8 +17,7 @@ struct ValueLimits {
 
 class ValueWriter {
  public:
-  ValueWriter(const Redaction& redaction, ValueLimits limits)
-      : redaction_(&redaction), limits_(limits) {}
+  ValueWriter(Redaction& redaction, ValueLimits limits) : redaction_(&redaction), limits_(limits) {}
 
   // Appends what Text() returns, as a JSON string.
   void AppendJsonText(std::string_view bytes, std::string& json) const;
@@ -32,6 +31,9 @@ class ValueWriter {
   // No code of the program runs.
   void Write(const zval* value, std::string_view name, quor::protobuf::QuorPHP::QVal& result) const;
 
+  // A secret may be in a later text without its name, as in an exception's message.
+  void Remember(const zval* secret) const;
+
   bool IsSecretName(std::string_view name) const { return redaction_->IsSecretName(name); }
 
   static void WriteRedacted(quor::protobuf::QuorPHP::QVal& result);
@@ -41,7 +43,7 @@ class ValueWriter {
   void AppendJson(const zval* value, int depth, std::string& json) const;
   void AppendJsonArray(HashTable* array, int depth, std::string& json) const;
 
-  const Redaction* redaction_;
+  Redaction* redaction_;
   ValueLimits limits_;
 };
 

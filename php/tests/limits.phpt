@@ -24,6 +24,9 @@ $run = new Recording('function f($x, $y) { trigger_error("here"); } f(str_repeat
 check('an argument is cut between characters', 'äääää...', $text['value']['string_value']);
 check('elements of an array', true, str_ends_with($list['value']['json_value'], ',"..."]') && json_decode($list['value']['json_value']) !== null);
 
+$run = new Recording('function v($first, ...$rest) { trigger_error("here"); } v(1, 2, 3, 4);', ['display_errors' => 0]);
+check('arguments of a variadic parameter', ['first', 'rest', '2', '3'], array_map(fn ($v) => $v['string_key'] ?? $v['int_key'], $run->all('Tarq.Error')[0]['stack_trace']['frames'][1]['function_args']['values']));
+
 $run = new Recording('function deep($n) { $n ? deep($n - 1) : trigger_error("here"); } deep(1000);', ['qmsg.stack_depth' => 3, 'display_errors' => 0]);
 check('stack_depth', 3, count($run->all('Tarq.Error')[0]['stack_trace']['frames']));
 check('no stack at all', [], (new Recording($db . '$db->query("SELECT 1");', ['qmsg.stack_depth' => 0]))->queries()[0]['stack_trace'] ?? []);
@@ -48,6 +51,7 @@ ok: flag 2 says so
 ok: max_text
 ok: an argument is cut between characters
 ok: elements of an array
+ok: arguments of a variadic parameter
 ok: stack_depth
 ok: no stack at all
 ok: events

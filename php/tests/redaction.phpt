@@ -7,7 +7,7 @@ require __DIR__ . '/record.inc';
 $secrets = [];
 foreach (['parameter', 'attribute', 'key', 'nested', 'constant', 'query', 'header', 'json', 'url', 'dsn', 'literal',
     'quoted', 'comment', 'bound', 'message', 'duplicate', 'connection', 'environment', 'cut', 'more', 'object',
-    'assignment', 'cookie', 'print'] as $name) {
+    'assignment', 'cookie', 'print', 'later', 'exact'] as $name) {
     $secrets[$name] = "S3cr" . bin2hex(random_bytes(6));
 }
 $number = random_int(10 ** 12, 10 ** 13);
@@ -27,7 +27,9 @@ event(print_r(['password' => '{print}'], true));
 token('{query}');
 (new Client('{object}'))->call();
 event(str_repeat('x', 250) . ' password={cut}');
-event(['x_pin' => '{more}']);
+function enter($user, $password) { throw new Exception("bad login with $password"); }
+try { enter('al', '{later}'); } catch (Exception $e) { trigger_error($e->getMessage(), E_USER_WARNING); }
+event(['x_pin' => '{more}', 'p' => '{exact}', 'page' => 'kept-as-it-is']);
 try { new PDO('sqlite::memory:', 'al', '{connection}'); event('plain {connection} text'); } catch (PDOException) {}
 try { new PDO('mysql:host=127.0.0.1;port=1;password={dsn}'); } catch (PDOException) {}
 event('the dsn was {dsn}');
@@ -47,13 +49,14 @@ foreach ($secrets as $name => $secret) {
     $program = str_replace('{' . $name . '}', $secret, $program);
 }
 $program = str_replace('{number}', (string) $number, $program);
-$settings = ['display_errors' => 0, 'qmsg.redact' => 'pin, shoe_size', 'qmsg.record' => 'request,sql,errors,superglobals'];
+$settings = ['display_errors' => 0, 'qmsg.redact' => 'pin, shoe_size, =p', 'qmsg.record' => 'request,sql,errors,superglobals'];
 putenv("APP_SECRET_KEY={$secrets['environment']}");
 $settings['variables_order'] = 'EGPCS';
 $run = new Recording($program, $settings);
 check('there are records', true, count($run->records) > 15);
 check('nothing is secret in them', [], array_keys(array_filter($secrets, fn ($s) => str_contains($run->bytes, $s))));
 check('nor a number', false, str_contains($run->bytes, (string) $number));
+check('a name that is longer than = says is none', true, str_contains($run->bytes, 'kept-as-it-is'));
 echo count($run->queries()), " statements\n";
 
 // The same without redaction shows that each secret was there to be found.
@@ -66,6 +69,7 @@ check('arguments can be left out', false, str_contains($none->bytes, 'function_a
 ok: there are records
 ok: nothing is secret in them
 ok: nor a number
+ok: a name that is longer than = says is none
 6 statements
 ok: literals are there if asked for
 ok: arguments can be left out
