@@ -13,7 +13,7 @@ constexpr std::string_view kRedacted = "[redacted]";
 class Redaction {
  public:
   // Forgets the known values. `more_names` is a list with commas: parts of
-  // names, and whole names behind =.
+  // names, and whole ones of at most two bytes.
   void Reset(std::string_view more_names);
 
   // A value that is replaced wherever it stands. Values of less than four bytes are not kept: they

@@ -12,7 +12,7 @@ foreach (['parameter', 'attribute', 'key', 'nested', 'constant', 'query', 'heade
 }
 $number = random_int(10 ** 12, 10 ** 13);
 $program = <<<'PHP'
-function event(mixed ...$values) { trigger_error('here', E_USER_WARNING); }
+function event(mixed ...$values) { qmsg_event('here'); }
 function login(string $user, string $user_password) { event(); }
 function attributed(#[SensitiveParameter] string $x, #[SensitiveParameter] ...$more) { event(); }
 function token($apiToken) { event(); }
@@ -49,14 +49,14 @@ foreach ($secrets as $name => $secret) {
     $program = str_replace('{' . $name . '}', $secret, $program);
 }
 $program = str_replace('{number}', (string) $number, $program);
-$settings = ['display_errors' => 0, 'qmsg.redact' => 'pin, shoe_size, =p', 'qmsg.record' => 'request,sql,errors,superglobals'];
+$settings = ['display_errors' => 0, 'qmsg.redact' => 'pin, shoe_size, p', 'qmsg.record' => 'request,sql,errors,superglobals'];
 putenv("APP_SECRET_KEY={$secrets['environment']}");
 $settings['variables_order'] = 'EGPCS';
 $run = new Recording($program, $settings);
-check('there are records', true, count($run->records) > 15);
+check('there are records', true, count($run->records) > 20);
 check('nothing is secret in them', [], array_keys(array_filter($secrets, fn ($s) => str_contains($run->bytes, $s))));
 check('nor a number', false, str_contains($run->bytes, (string) $number));
-check('a name that is longer than = says is none', true, str_contains($run->bytes, 'kept-as-it-is'));
+check('a name of one letter is not part of others', true, str_contains($run->bytes, 'kept-as-it-is'));
 echo count($run->queries()), " statements\n";
 
 // The same without redaction shows that each secret was there to be found.
@@ -69,7 +69,7 @@ check('arguments can be left out', false, str_contains($none->bytes, 'function_a
 ok: there are records
 ok: nothing is secret in them
 ok: nor a number
-ok: a name that is longer than = says is none
+ok: a name of one letter is not part of others
 6 statements
 ok: literals are there if asked for
 ok: arguments can be left out
