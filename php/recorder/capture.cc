@@ -5,7 +5,6 @@
 #include <qmsg/tarq.pb.h>
 
 #include <array>
-#include <ext/standard/php_string.h>
 #include <string>
 #include <utility>
 

@@ -6,7 +6,6 @@
 #include <zend_observer.h>
 
 #include <array>
-#include <cstring>
 #include <map>
 #include <string>
 #include <tuple>

@@ -9,6 +9,7 @@
 #include "recorder/functions.h"
 #include "recorder/recording.h"
 #include "recorder/sql.h"
+#include "recorder/sql_state.h"
 
 namespace {
 
@@ -30,7 +31,7 @@ void AfterFork() {
   if (recording.is_on()) {
     Guarded([] {
       recording.Forked();
-      BeginSql();
+      sql_state.Begin();
       BeginErrors();
       BeginCapture();
     });
@@ -52,7 +53,7 @@ void BeginRequest() {
   Guarded([] {
     recording.Begin();
     if (recording.is_on()) {
-      BeginSql();
+      sql_state.Begin();
       BeginErrors();
       BeginCapture();
       BeginFunctions();
@@ -64,7 +65,7 @@ void EndRequest() {
   if (recording.is_on()) {
     Guarded([] {
       EndFunctions();
-      EndSql();
+      sql_state.End();
       EndErrors();
       EndCapture();
       RecordRequestEvents();

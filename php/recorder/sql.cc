@@ -560,7 +560,3 @@ void ReplaceSqlHandlers() {
     ZEND_HASH_FOREACH_END();
   }
 }
-
-void BeginSql() { sql_state.Begin(); }
-
-void EndSql() { sql_state.End(); }

@@ -5,6 +5,3 @@
 
 // Replaces the handlers. Call it when all extensions have started, before a server forks.
 void ReplaceSqlHandlers();
-
-void BeginSql();
-void EndSql();

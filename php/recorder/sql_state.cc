@@ -124,7 +124,7 @@ void SqlState::Reconnect(const zend_object* object, Driver driver, std::string_v
     return;
   }
   const auto ident = static_cast<std::uint32_t>(connections_.size() + 1);
-  connections_.push_back({object, ident, driver});
+  connections_.push_back({object, ident});
   auto* record = connection_records_.add_connections();
   record->set_ident(ident);
   record->set_driver_type(static_cast<std::int32_t>(driver));

@@ -101,7 +101,6 @@ class SqlState {
   struct Open {
     const zend_object* object = nullptr;
     std::uint32_t ident = 0;
-    Driver driver = Driver::kUnknown;
   };
 
   void Record(const Transaction& transaction);

@@ -2,7 +2,6 @@
 
 #include <php.h>
 #include <zend_enum.h>
-#include <zend_smart_str.h>
 
 #include <algorithm>
 #include <array>
