@@ -1,20 +1,22 @@
-// A PHP extension that records each request: its begin and end, and the time spent in its
-// functions.
+// A PHP extension that writes two messages for each request: when it begins, and when it ends.
 
 #include <SAPI.h>
 #include <fcntl.h>
+#include <google/protobuf/any.pb.h>
+#include <google/protobuf/io/zero_copy_stream_impl_lite.h>
 #include <google/protobuf/stubs/common.h>
+#include <google/protobuf/util/delimited_message_util.h>
 #include <google/protobuf/util/time_util.h>
 #include <php.h>
 #include <php_ini.h>
 #include <php_main.h>
+#include <qmsg/quorphp.pb.h>
 #include <sys/random.h>
 #include <unistd.h>
-#include <zend_extensions.h>
-#include <zend_observer.h>
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <exception>
@@ -22,23 +24,28 @@
 #include <string_view>
 #include <system_error>
 
-#include "recorder.h"
 #include "text.h"
 #include "warm_up.h"
 
 namespace {
 
+using google::protobuf::util::TimeUtil;
 using quor::protobuf::QuorPHP::RInitData;
 using quor::protobuf::QuorPHP::RShutdownData;
+using Clock = std::chrono::steady_clock;
+
+// What the end of a request needs from its begin.
+struct Request {
+  std::string queue_id;  // empty: not recorded
+  Clock::time_point start;
+};
 
 // One for each thread that serves requests. PHP without threads has one, which is found faster.
 #ifdef ZTS
-thread_local Recorder recorder;
+thread_local Request request;
 #else
-Recorder recorder;
+Request request;
 #endif
-
-int slot_handle;  // see Slot()
 
 // No exception may reach the engine, which is C. A request that fails here is not recorded, and
 // continues as without the extension. No action may raise a PHP error: the engine's errors jump
@@ -49,7 +56,7 @@ bool Guarded(Action action) noexcept {
     action();
     return true;
   } catch (const std::exception& error) {
-    recorder.Forget();
+    request.queue_id.clear();
     std::array<char, 512> line{};
     std::snprintf(line.data(), line.size(), "qmsg_recorder: %s", error.what());
     php_log_err(line.data());
@@ -57,13 +64,9 @@ bool Guarded(Action action) noexcept {
   }
 }
 
-std::string_view View(const zend_string* text) {
-  return text == nullptr ? std::string_view() : std::string_view(ZSTR_VAL(text), ZSTR_LEN(text));
-}
+const char* RecordsPath() { return INI_STR("qmsg_recorder.records"); }
 
 std::string Utf8OrEmpty(const char* text) { return text == nullptr ? "" : Utf8(text); }
-
-const char* RecordsPath() { return INI_STR("qmsg_recorder.records"); }
 
 std::string NewQueueId() {
   std::array<unsigned char, 8> random{};
@@ -79,97 +82,59 @@ std::string NewQueueId() {
   return id;
 }
 
-RInitData DescribeRequest() {
-  RInitData request;
-  request.mutable_php_version()->set_major_version(PHP_MAJOR_VERSION);
-  request.mutable_php_version()->set_minor_version(PHP_MINOR_VERSION);
-  request.mutable_php_version()->set_release(PHP_RELEASE_VERSION);
-  *request.mutable_timestamp() = google::protobuf::util::TimeUtil::GetCurrentTime();
-  request.set_method(Utf8OrEmpty(SG(request_info).request_method));
-  const char* uri = SG(request_info).request_uri;
-  request.set_target(Utf8OrEmpty(uri != nullptr ? uri : SG(request_info).path_translated));
-  std::array<char, 256> host{};
-  if (gethostname(host.data(), host.size() - 1) == 0) {
-    request.set_node_name(Utf8(host.data()));
+// Opens the file each time, so that it can be rotated. Workers share it: O_APPEND and a single
+// write() keep a record together.
+void Append(const google::protobuf::Message& message) {
+  google::protobuf::Any any;
+  any.PackFrom(message);
+  std::string record;
+  google::protobuf::io::StringOutputStream stream(&record);
+  google::protobuf::util::SerializeDelimitedToZeroCopyStream(any, &stream);
+
+  const char* path = RecordsPath();
+  const int file = open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
+  if (file < 0) {
+    throw std::system_error(errno, std::generic_category(), path);
   }
-  request.set_pid(getpid());
-  request.set_queue_id(NewQueueId());
-  return request;
+  const ssize_t written = write(file, record.data(), record.size());
+  const int error = written < 0 ? errno : ENOSPC;
+  close(file);
+  if (written != static_cast<ssize_t>(record.size())) {
+    throw std::system_error(error, std::generic_category(), path);
+  }
 }
 
-RShutdownData DescribeEnd() {
+void Begin() {
+  request = {NewQueueId(), Clock::now()};
+  RInitData begin;
+  begin.mutable_php_version()->set_major_version(PHP_MAJOR_VERSION);
+  begin.mutable_php_version()->set_minor_version(PHP_MINOR_VERSION);
+  begin.mutable_php_version()->set_release(PHP_RELEASE_VERSION);
+  *begin.mutable_timestamp() = TimeUtil::GetCurrentTime();
+  begin.set_method(Utf8OrEmpty(SG(request_info).request_method));
+  const char* uri = SG(request_info).request_uri;
+  begin.set_target(Utf8OrEmpty(uri != nullptr ? uri : SG(request_info).path_translated));
+  std::array<char, 256> host{};
+  if (gethostname(host.data(), host.size() - 1) == 0) {
+    begin.set_node_name(Utf8(host.data()));
+  }
+  begin.set_pid(getpid());
+  begin.set_queue_id(request.queue_id);
+  Append(begin);
+}
+
+void End() {
+  const std::chrono::nanoseconds time = Clock::now() - request.start;
   RShutdownData end;
   end.set_http_response_code(SG(sapi_headers).http_response_code);
+  *end.mutable_total_time() = TimeUtil::NanosecondsToDuration(time.count());
   end.set_memory_usage(zend_memory_usage(false));
   end.set_memory_peak_usage(zend_memory_peak_usage(false));
   if (PG(memory_limit) > 0) {  // -1 is none
     end.set_memory_limit(static_cast<std::uint64_t>(PG(memory_limit)));
   }
-  return end;
-}
-
-// Opens the file each time, so that it can be rotated. Workers share it: O_APPEND and a single
-// write() keep the records of a request together.
-void Append(const char* path, const std::string& records) {
-  const int file = open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
-  if (file < 0) {
-    throw std::system_error(errno, std::generic_category(), path);
-  }
-  const ssize_t written = write(file, records.data(), records.size());
-  const int error = written < 0 ? errno : ENOSPC;
-  close(file);
-  if (written != static_cast<ssize_t>(records.size())) {
-    throw std::system_error(error, std::generic_category(), path);
-  }
-}
-
-// What Observe() keeps for a function. The engine clears the run-time caches for each request, and
-// does not keep them in the memory that opcache shares between workers.
-void*& Slot(zend_execute_data* call) {
-  return ZEND_OP_ARRAY_EXTENSION(&call->func->op_array, slot_handle);
-}
-
-// The engine observes each resume of a generator, and not its creation. The first resume starts
-// after the instruction that created the generator.
-bool IsNewCall(const zend_execute_data* call) {
-  return (call->func->common.fn_flags & ZEND_ACC_GENERATOR) == 0 ||
-         (call->opline->opcode != ZEND_HANDLE_EXCEPTION &&
-          call->opline[-1].opcode == ZEND_GENERATOR_CREATE);
-}
-
-void EnterFunction(zend_execute_data* call) {
-  if (recorder.is_recording()) {
-    Guarded([call] {
-      recorder.Enter(call, static_cast<Recorder::Timing*>(Slot(call)), IsNewCall(call));
-    });
-  }
-}
-
-void LeaveFunction(zend_execute_data* call, zval* /*result*/) {
-  if (recorder.is_recording()) {
-    Guarded([call] { recorder.Leave(call); });
-  }
-}
-
-// The engine calls this once for each run-time cache. Functions of PHP itself, and files, are not
-// recorded.
-zend_observer_fcall_handlers Observe(zend_execute_data* call) {
-  if (!recorder.is_recording() || call->func->type != ZEND_USER_FUNCTION ||
-      call->func->common.function_name == nullptr) {
-    return {nullptr, nullptr};
-  }
-  const bool found = Guarded([call] {
-    const zend_op_array& function = call->func->op_array;
-    FunctionId id;
-    id.class_name = function.scope == nullptr ? "" : View(function.scope->name);
-    id.name = View(function.function_name);
-    id.file = View(function.filename);
-    id.first_line = function.line_start;
-    id.last_line = function.line_end;
-    Slot(call) = recorder.Find(id);
-  });
-  return found ? zend_observer_fcall_handlers{EnterFunction, LeaveFunction}
-               : zend_observer_fcall_handlers{nullptr, nullptr};
+  end.set_queue_id(request.queue_id);
+  Append(end);
 }
 
 PHP_INI_BEGIN()
@@ -186,8 +151,6 @@ PHP_MINIT_FUNCTION(qmsg_recorder) {
     return FAILURE;
   }
   REGISTER_INI_ENTRIES();
-  slot_handle = zend_get_op_array_extension_handle("qmsg_recorder");
-  zend_observer_fcall_register(Observe);
   return SUCCESS;
 }
 
@@ -197,18 +160,16 @@ PHP_MSHUTDOWN_FUNCTION(qmsg_recorder) {
 }
 
 PHP_RINIT_FUNCTION(qmsg_recorder) {
+  request.queue_id.clear();
   if (*RecordsPath() != '\0') {
-    Guarded([] { recorder.Begin(DescribeRequest()); });
+    Guarded(Begin);
   }
   return SUCCESS;
 }
 
 PHP_RSHUTDOWN_FUNCTION(qmsg_recorder) {
-  if (recorder.is_recording()) {
-    Guarded([] {
-      RShutdownData end = DescribeEnd();
-      Append(RecordsPath(), recorder.End(end));
-    });
+  if (!request.queue_id.empty()) {
+    Guarded(End);
   }
   return SUCCESS;
 }

@@ -1,4 +1,4 @@
-// Prints a report of a PHP request from the records that recorder.php wrote.
+// Prints a report of PHP requests from what the extension recorded.
 
 #include <fstream>
 #include <iostream>

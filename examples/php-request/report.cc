@@ -27,8 +27,9 @@ void PrintEntry(std::ostream& out, const std::string& name, const std::string& v
 
 void PrintBegin(const RInitData& begin, std::ostream& out) {
   const auto& php = begin.php_version();
-  PrintEntry(out, "asked for",
-             LineText(begin.method(), kName) + " " + LineText(begin.target(), kName));
+  // A script on the command line has no method.
+  const std::string method = begin.method().empty() ? "" : LineText(begin.method(), kName) + " ";
+  PrintEntry(out, "asked for", method + LineText(begin.target(), kName));
   PrintEntry(out, "begun",
              google::protobuf::util::TimeUtil::ToString(begin.timestamp()) + " on " +
                  LineText(begin.node_name(), kName) + ", pid " + std::to_string(begin.pid()));

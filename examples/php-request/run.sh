@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Records the workload and prints the report.
+# Records the shop with the PHP extension and prints the report.
 # usage: run.sh BUILD [RECORDS]   BUILD is a build folder of qmsg, RECORDS the file to write
 set -euo pipefail
 
@@ -8,26 +8,27 @@ if [[ $# -lt 1 || $# -gt 2 ]]; then
   exit 2
 fi
 here="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
-built="$1/examples/php-request"
-records="${2:-$built/request.records}"
+build="$(realpath "$1")"
+records="$(realpath "${2:-$build/examples/php-request/request.records}")"
 
-if ! php -r 'exit(extension_loaded("pdo_sqlite")
-    && stream_resolve_include_path("Google/Protobuf/Internal/Message.php") ? 0 : 1);' 2>/dev/null; then
-  echo "run.sh: PHP with PDO for SQLite and with the protobuf classes is needed." >&2
-  echo "On Debian: apt-get install php-cli php-sqlite3 php-google-protobuf" >&2
+# Without php.ini, which may load the extension of a package.
+php=(php -n -d extension=pdo -d extension=pdo_sqlite)
+if [[ $("${php[@]}" -m 2>&1) != *pdo_sqlite* ]] || ! command -v php-config >/dev/null; then
+  echo "run.sh: PHP with PDO for SQLite and PHP's headers are needed." >&2
+  echo "On Debian: apt-get install php-cli php-sqlite3 php-dev, and configure $1 again" >&2
   exit 1
 fi
 
-echo "Generating the PHP classes and building the report program in $1"
-if ! log="$(cmake --build "$1" --target php_request 2>&1)"; then
+echo "Building the extension and the report program in $1"
+if ! log="$(cmake --build "$build" --target qmsg_php php_request_report 2>&1)"; then
   printf '%s\n' "$log" >&2
   exit 1
 fi
 
-echo "Running workload.php under the recorder, records go to $records"
-include_path="$built/php:$(php -r 'echo get_include_path();')"
-php -d include_path="$include_path" "$here/workload.php" "$records"
+echo "Recording workload.php to $records"
+rm -f "$records"
+"${php[@]}" -d extension="$build/php/qmsg.so" -d qmsg.output="file:$records" "$here/workload.php"
 
-echo "Reading them with php_request_report"
+echo "Reading the records with php_request_report"
 echo
-"$built/php_request_report" "$records"
+"$build/examples/php-request/php_request_report" "$records"

@@ -1,19 +1,14 @@
 <?php
 declare(strict_types=1);
 
-// A small shop takes orders. Run under the recorder:
-//   php -d include_path=<generated classes>:/usr/share/php workload.php <file of records>
+// A small shop takes orders.
 
 namespace Shop;
 
 use PDO;
 use PDOException;
 use PDOStatement;
-use Recorder\RecordedPdo;
-use Recorder\Recorder;
 use SensitiveParameter;
-
-require __DIR__ . '/recorder.php';
 
 final class Database
 {
@@ -43,28 +38,23 @@ final class Database
     {
         $inner = $this->depth > 0;
         $savepoint = 'level_' . $this->depth;
-        $inner ? $this->run("SAVEPOINT $savepoint") : $this->count($this->pdo->beginTransaction());
+        $inner ? $this->run("SAVEPOINT $savepoint") : $this->pdo->beginTransaction();
         ++$this->depth;
         try {
             $result = $work();
-            $inner ? $this->run("RELEASE $savepoint") : $this->count($this->pdo->commit());
+            $inner ? $this->run("RELEASE $savepoint") : $this->pdo->commit();
             return $result;
         } catch (PDOException $error) {
             if ($inner) {
                 $this->run("ROLLBACK TO $savepoint");
                 $this->run("RELEASE $savepoint");
             } else {
-                $this->count($this->pdo->rollBack());
+                $this->pdo->rollBack();
             }
             throw $error;
         } finally {
             --$this->depth;
         }
-    }
-
-    private function count(bool $ran): void
-    {
-        $this->ran += (int) $ran;
     }
 }
 
@@ -182,13 +172,9 @@ final class Shop
     }
 }
 
-if (!isset($argv[1])) {
-    fwrite(STDERR, "usage: php workload.php <file of records>\n");
-    exit(2);
-}
 $file = tempnam(sys_get_temp_dir(), 'shop');
 register_shutdown_function(unlink(...), $file);
-$database = new Database(new RecordedPdo(new Recorder($argv[1]), "sqlite:$file"));
+$database = new Database(new PDO("sqlite:$file"));
 $shop = new Shop($database);
 
 $shop->create();

@@ -4,7 +4,9 @@
 # both in the environment, with the golden bytes and the stub.
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
-export QMSG_EXTENSION=$1 QMSG=$3
+QMSG_EXTENSION=$(realpath "$1")
+QMSG=$(realpath "$3")
+export QMSG_EXTENSION QMSG
 QMSG_VECTORS=$(realpath "$here/../../tests/vectors")
 QMSG_STUB=$(realpath "$here/../qmsg.stub.php")
 export QMSG_VECTORS QMSG_STUB
