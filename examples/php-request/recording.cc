@@ -13,6 +13,7 @@ using google::protobuf::Message;
 using google::protobuf::Reflection;
 using quor::protobuf::QuorPHP::RInitData;
 using quor::protobuf::QuorPHP::RShutdownData;
+using quor::protobuf::Tarq::Functions;
 using quor::protobuf::Tarq::SqlConnections;
 using quor::protobuf::Tarq::SqlQueries;
 using quor::protobuf::Tarq::SqlTransactions;
@@ -67,6 +68,8 @@ void Add(const Message& message, Request& request) {
     request.transactions.MergeFrom(*transactions);
   } else if (const auto* queries = DynamicCastToGenerated<SqlQueries>(&message)) {
     request.queries.MergeFrom(*queries);
+  } else if (const auto* functions = DynamicCastToGenerated<Functions>(&message)) {
+    request.functions.MergeFrom(*functions);
   }
 }
 

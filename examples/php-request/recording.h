@@ -20,6 +20,7 @@ struct Request {
   quor::protobuf::Tarq::SqlConnections connections;
   quor::protobuf::Tarq::SqlTransactions transactions;
   quor::protobuf::Tarq::SqlQueries queries;
+  quor::protobuf::Tarq::Functions functions;
 };
 
 // What the records of one type contain, nested elements included.

@@ -13,6 +13,7 @@ namespace {
 using quor::protobuf::QuorPHP::RInitData;
 using quor::protobuf::QuorPHP::RShutdownData;
 using quor::protobuf::QuorPHP::StackTraceFrame;
+using quor::protobuf::Tarq::Function;
 using quor::protobuf::Tarq::SqlConnection;
 using quor::protobuf::Tarq::SqlQuery;
 
@@ -84,6 +85,27 @@ void PrintSlowest(const Request& request, const TransactionTree& tree, std::ostr
         << AlignRight(std::to_string(query->rows()), 8) << "  "
         << AlignLeft(query->has_transaction_id() ? tree.Path(query->transaction_id()) : "-", 11)
         << "  " << LineText(query->query(), kShort) << '\n';
+  }
+}
+
+// Code outside of functions has the path of its file for a name.
+std::string ShortName(const std::string& name) { return name.substr(name.rfind('/') + 1); }
+
+void PrintFunctions(const Request& request, std::ostream& out) {
+  std::vector<const Function*> functions;
+  for (const Function& function : request.functions.functions()) {
+    functions.push_back(&function);
+  }
+  std::stable_sort(functions.begin(), functions.end(), [](const Function* a, const Function* b) {
+    return Seconds(a->duration_exclusive()) > Seconds(b->duration_exclusive());
+  });
+  functions.resize(std::min(functions.size(), kSlowest));
+
+  out << "\nFunctions that took longest themselves\n        time   with calls  function\n";
+  for (const Function* function : functions) {
+    out << AlignRight(TimeText(Seconds(function->duration_exclusive())), 12)
+        << AlignRight(TimeText(Seconds(function->duration_inclusive())), 13) << "  "
+        << LineText(ShortName(function->function_name()), kShort) << '\n';
   }
 }
 
@@ -167,6 +189,9 @@ void PrintRequest(const Request& request, std::ostream& out) {
   PrintTotals(request, out);
   if (request.queries.queries_size() > 0) {
     PrintSlowest(request, tree, out);
+  }
+  if (request.functions.functions_size() > 0) {
+    PrintFunctions(request, out);
   }
   PrintFailed(request, tree, out);
   if (request.transactions.transactions_size() > 0) {

@@ -48,6 +48,14 @@ TEXT
 }
 TEXT
   record <<'TEXT'
+[type.googleapis.com/quor.protobuf.Tarq.Functions] {
+  queue_id: "first"
+  functions { function_name: "short" duration_exclusive { nanos: 83 } duration_inclusive { seconds: 2 } }
+  functions { function_name: "/srv/long\033" duration_exclusive { nanos: 1500000 } }
+  functions {} functions {} functions {} functions {}
+}
+TEXT
+  record <<'TEXT'
 [type.googleapis.com/quor.protobuf.JQ.QueueId] { queue_id: 7 }
 TEXT
   record <<'TEXT'
@@ -68,6 +76,14 @@ Slowest statements
         time    rows  transaction  statement
      1.00 ms       0  … > 2 > 1    SELECT 1
      0.08 µs       0  0 > 5        \x1B[2J
+
+Functions that took longest themselves
+        time   with calls  function
+     1.50 ms      0.00 µs  long\x1B
+     0.08 µs       2.00 s  short
+     0.00 µs      0.00 µs  
+     0.00 µs      0.00 µs  
+     0.00 µs      0.00 µs  
 
 Failed: statement 2 of 2
   \x1B[2J
@@ -104,7 +120,8 @@ diff - "$scratch/read" <<'TEXT'
 records messages fields type
 1 1 1 quor.protobuf.JQ.QueueId
 1 2 6 quor.protobuf.QuorPHP.RShutdownData
+1 10 15 quor.protobuf.Tarq.Functions
 1 25 50 quor.protobuf.Tarq.SqlQueries
 1 8 21 quor.protobuf.Tarq.SqlTransactions
-4 36 78 in all
+5 46 93 in all
 TEXT
