@@ -3,6 +3,9 @@
 include(GoogleTest)
 include("${CMAKE_CURRENT_LIST_DIR}/SystemPython.cmake")
 
+find_program(QMSG_VALGRIND valgrind DOC "The program that checks memory: ctest -C Valgrind")
+mark_as_advanced(QMSG_VALGRIND)
+
 # Sets `out` to the prefix of the current folder: "contract." in tests/contract,
 # "examples.quickstart." in examples/quickstart.
 function(qmsg_test_prefix out)

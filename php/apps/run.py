@@ -16,6 +16,8 @@ from servers import Database, working_folder
 
 WEB = ("wordpress", "dokuwiki", "phpmyadmin", "mediawiki")
 COMMANDS = ("composer", "phpunit")
+PARTS = ("mysqli",)
+ALL = WEB + COMMANDS + PARTS
 
 
 class Result(unittest.TextTestResult):
@@ -68,11 +70,11 @@ def main():
     parser.add_argument("--quick", action="store_true", help="send fewer requests")
     parser.add_argument("--only", metavar="TEXT", help="run the tests with TEXT in their names")
     parser.add_argument("apps", nargs="*", metavar="APPLICATION",
-                        help="one of " + ", ".join(WEB + COMMANDS) + "; without any, all")
+                        help="one of " + ", ".join(ALL) + "; without any, all")
     options = parser.parse_args()
     for name in options.apps:
-        if name not in WEB + COMMANDS:
-            parser.error(f"there is no '{name}'. There are {', '.join(WEB + COMMANDS)}")
+        if name not in ALL:
+            parser.error(f"there is no '{name}'. There are {', '.join(ALL)}")
     os.environ["QMSG_REQUESTS"] = "200" if options.quick else "2000"
     # unittest goes on after any other exception.
     signal.signal(signal.SIGTERM, signal.default_int_handler)
@@ -83,9 +85,13 @@ def main():
     with contextlib.ExitStack() as stack:
         surroundings = Surroundings(stack)
         suite = unittest.TestSuite()
-        for name in options.apps or WEB + COMMANDS:
-            tests = (web_tests(name, surroundings) if name in WEB
-                     else importlib.import_module(name).Tests)
+        for name in options.apps or ALL:
+            if name in WEB:
+                tests = web_tests(name, surroundings)
+            elif name in COMMANDS:
+                tests = importlib.import_module(name).Tests
+            else:
+                tests = importlib.import_module(name).tests(surroundings)
             suite.addTests(loader.loadTestsFromTestCase(tests))
         try:
             result = unittest.TextTestRunner(verbosity=2, resultclass=Result).run(suite)

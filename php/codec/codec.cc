@@ -198,6 +198,9 @@ PHP_FUNCTION(qmsg_encode) {
     qmsg::php::ThrowLastFailure();
     RETURN_THROWS();
   }
+  if (writer.size() == 0) {
+    RETURN_EMPTY_STRING();  // PHP may not be given a null pointer
+  }
   RETVAL_STRINGL(writer.bytes().data(), writer.size());
   writer.Trim();
 }

@@ -351,6 +351,9 @@ void ReadOutcome(const Wrapped& wrapped, const Call& call, const zval* result, O
         outcome.code = -1;
       }
   }
+  if (outcome.rows < 0) {
+    outcome.rows = 0;  // the driver does not know yet
+  }
   if (EG(exception) != nullptr) {
     TakeException(outcome);
   }

@@ -14,7 +14,7 @@ if (isset($_GET['long'])) { echo str_repeat('ä', 5000); exit; }
 ob_start();
 echo 'Hello ', $_POST['name'] ?? 'you';
 PHP);
-$command = [PHP_BINARY, '-n', '-d', 'extension=' . getenv('QMSG_EXTENSION'), '-d', "qmsg.output=file:$folder/records",
+$command = [getenv('TEST_PHP_EXECUTABLE'), '-n', '-d', 'extension=' . getenv('QMSG_EXTENSION'), '-d', "qmsg.output=file:$folder/records",
     '-d', 'qmsg.record=all', '-d', 'qmsg.max_text=8K', '-S', '127.0.0.1:0', '-t', $folder];
 $server = proc_open($command, [1 => ['file', "$folder/log", 'w'], 2 => ['redirect', 1]], $pipes);
 while (!preg_match('~http://127.0.0.1:(\d+)\b~', file_get_contents("$folder/log"), $match)) {

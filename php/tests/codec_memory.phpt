@@ -1,5 +1,11 @@
 --TEST--
 Messages that are written, read, refused and checked leave no memory behind
+--SKIPIF--
+<?php
+if (getenv('USE_ZEND_ALLOC') === '0') {
+    echo "skip PHP's own allocator is off";
+}
+?>
 --FILE--
 <?php
 require 'codec.inc';

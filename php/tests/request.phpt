@@ -3,7 +3,7 @@ A request has a begin, an end, and one tag
 --FILE--
 <?php
 require __DIR__ . '/record.inc';
-$run = new Recording('$list = range(1, 100000); usleep(20000); echo "out"; http_response_code(404); exit(3);');
+$run = new Recording('usleep(20000); echo "out"; http_response_code(404); exit(3);');
 check('the program prints what it prints', 'out', $run->output);
 check('it ends as it ends', 3, $run->status);
 [$begin] = $run->all('QuorPHP.RInitData');
@@ -18,7 +18,6 @@ check('the node', gethostname(), $begin['node_name']);
 check('the time took at least the sleep', true, (float) $end['total_time'] >= 0.02);
 check('and less than a minute', true, (float) $end['total_time'] < 60);
 check('the status', 404, $end['http_response_code']);
-check('the peak is above the list', true, $end['memory_peak_usage'] > 1000000);
 check('the limit', 128 << 20, (int) $end['memory_limit']);
 
 check('without output nothing is recorded', '', (new Recording('', ['qmsg.output' => '']))->bytes);
@@ -37,7 +36,6 @@ ok: the node
 ok: the time took at least the sleep
 ok: and less than a minute
 ok: the status
-ok: the peak is above the list
 ok: the limit
 ok: without output nothing is recorded
 ok: a group can be left out

@@ -1,8 +1,6 @@
 # Memcheck also sees what happens inside the runtime. It is slow: these tests run with
 # `ctest -C Valgrind`, as the preset valgrind does. Programs that replace operator new are left out,
 # since memcheck replaces it too.
-find_program(QMSG_VALGRIND valgrind DOC "The program that checks memory")
-mark_as_advanced(QMSG_VALGRIND)
 set(memcheck "${QMSG_VALGRIND}" --quiet --error-exitcode=99 --leak-check=full
   --show-leak-kinds=definite --errors-for-leak-kinds=definite)
 set(configurations Valgrind)
