@@ -1,12 +1,18 @@
 #include "parser.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstddef>
+#include <iostream>
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
+#include "error.h"
+#include "io/escape.h"
 #include "io/join.h"
+#include "io/text.h"
 #include "io/wrap.h"
 
 namespace qmsg {
@@ -89,10 +95,49 @@ void Describe(const Command& command, CLI::App& app) {
   app.footer(footer);
 }
 
+// The command that the user may have meant; empty if none is near.
+std::string Nearest(const CommandLine& line, const std::string& word) {
+  std::string nearest;
+  std::size_t least = word.size() / 2 + 1;
+  for (const Command& command : line.commands) {
+    const std::size_t distance = EditDistance(word, command.name);
+    if (distance < least) {
+      nearest = command.name;
+      least = distance;
+    }
+  }
+  return nearest;
+}
+
+ExitCode Refuse(const std::string& command, const std::string& reason) {
+  const std::string tool = command.empty() ? "qmsg" : "qmsg " + command;
+  std::cerr << tool << ": " << reason << "; " << tool << " --help explains\n";
+  return ExitCode::kWrongUse;
+}
+
 }  // namespace
 
 std::variant<const Command*, ExitCode> Parse(const CommandLine& line, int argc,
                                              const char* const* argv) {
+  std::vector<std::string> words(argv + 1, argv + argc);
+  if (!words.empty() && words.front() == "help") {  // "help decode" is "decode --help"
+    words.erase(words.begin());
+    words.resize(std::min<std::size_t>(words.size(), 1));
+    words.emplace_back("--help");
+  }
+  const std::string first = words.empty() || words.front().front() == '-' ? "" : words.front();
+  const bool is_known =
+      std::any_of(line.commands.begin(), line.commands.end(),
+                  [&first](const Command& command) { return command.name == first; });
+  if (!first.empty() && !is_known) {
+    const std::string nearest = Nearest(line, first);
+    if (!nearest.empty()) {
+      std::cerr << "qmsg: there is no command '" << Escape(first) << "'; did you mean " << nearest
+                << "?\n";
+      return ExitCode::kWrongUse;
+    }
+    return Refuse("", "there is no command '" + Escape(first) + "'");
+  }
   CLI::App app(line.tool.help, "qmsg");
   app.require_subcommand(1);
   app.formatter(std::make_shared<HelpFormatter>());
@@ -103,10 +148,21 @@ std::variant<const Command*, ExitCode> Parse(const CommandLine& line, int argc,
     Describe(command, *added);
     commands[added] = &command;
   }
+  if (words.empty()) {
+    std::cerr << app.help();
+    return ExitCode::kWrongUse;
+  }
   try {
-    app.parse(argc, argv);
+    std::reverse(words.begin(), words.end());  // as the library takes them
+    app.parse(words);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? ExitCode::kFine : ExitCode::kWrongUse;
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
+      app.exit(error);
+      return ExitCode::kFine;
+    }
+    return Refuse(first, error.what());
+  } catch (const Error& error) {
+    return Refuse(first, error.what());
   }
   return commands.at(app.get_subcommands().front());
 }

@@ -8,13 +8,16 @@ QMSG_MODULE: the extension."""
 
 import argparse
 import contextlib
+import multiprocessing
 import os
 import pathlib
 import random
 import signal
+import socket
 import statistics
 import subprocess
 import sys
+import threading
 import time
 
 import wordpress
@@ -48,6 +51,24 @@ def profilers(folder):
     for package in folder.glob("*.deb"):
         subprocess.run(["dpkg-deb", "--extract", package, folder], check=True)
     return {name: next(folder.glob(f"usr/lib/php/*/{name}.so")) for name in ("xdebug", "excimer")}
+
+
+def agent(folder):
+    """The path of a stream socket that is read by a process of its own, which throws away what it reads."""
+    path = folder / "agent"
+    listener = socket.socket(socket.AF_UNIX)
+    listener.bind(str(path))
+    listener.listen()
+    path.chmod(0o777)
+
+    def read():
+        signal.signal(signal.SIGTERM, signal.SIG_DFL)
+        while True:
+            connection, _ = listener.accept()
+            threading.Thread(target=lambda: all(iter(lambda: connection.recv(1 << 20), b"")),
+                             daemon=True).start()
+    multiprocessing.Process(target=read, daemon=True).start()
+    return path
 
 
 class Configuration:
@@ -110,6 +131,10 @@ def configurations(folder):
     yield Configuration("not loaded, a second time", {})
     yield Configuration("loaded, without an output", {"extension": os.environ["QMSG_MODULE"]})
     yield recorded("default")
+    yield Configuration("default, to an agent's socket",
+                        {**recording(folder), "qmsg.output": f"unix:{agent(folder)}"})
+    yield recorded("default without arguments", **{"qmsg.arguments": "0"})
+    yield recorded("default without stacks", **{"qmsg.stack_depth": "0"})
     yield recorded("default and sampled functions", **{"qmsg.functions": "sample"})
     yield recorded("everything", **{"qmsg.record": "all"})
     yield recorded("everything and sampled functions", **{"qmsg.record": "all", "qmsg.functions": "sample"})

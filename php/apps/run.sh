@@ -8,9 +8,11 @@ cd "$(dirname "${BASH_SOURCE[0]}")/../.."
 what=$1
 shift
 if [[ -z ${QMSG_MODULE-} || -z ${QMSG-} ]]; then
-  cmake --preset gcc >/dev/null
-  cmake --build --preset gcc --target qmsg_php qmsg_cli
-  QMSG_MODULE=$PWD/build/gcc/php/qmsg.so QMSG=$PWD/build/gcc/tools/qmsg
+  preset=gcc
+  [[ $what != cost ]] || preset=release # what is measured is compiled as for the packages
+  cmake --preset $preset >/dev/null
+  cmake --build --preset $preset --target qmsg_php qmsg_cli
+  QMSG_MODULE=$PWD/build/$preset/php/qmsg.so QMSG=$PWD/build/$preset/tools/qmsg
 fi
 export QMSG_MODULE QMSG
 

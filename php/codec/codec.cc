@@ -1,5 +1,6 @@
 #include "codec/codec.h"
 
+#include <google/protobuf/any.pb.h>
 #include <zend_exceptions.h>
 
 #include <algorithm>
@@ -14,6 +15,7 @@
 #include "codec/irregular.h"
 #include "codec/tables.h"
 #include "codec/view.h"
+#include "schema/schema.h"
 
 namespace qmsg::php {
 namespace {
@@ -132,7 +134,8 @@ void Check(const MessageTable& table, std::string_view bytes, std::vector<Findin
     const MessageCheck check(bytes, table.type, pool, findings);
     return;
   }
-  if (!MessageCheck(bytes, table.type, pool, findings).good()) {
+  const MessageCheck outside(bytes, table.type, pool, findings);
+  if (!outside.good()) {
     return;
   }
   try {
@@ -143,7 +146,9 @@ void Check(const MessageTable& table, std::string_view bytes, std::vector<Findin
     }
   } catch (const Failure& failure) {
     const std::size_t reason = failure.text.find(": ") + 2;
-    found.push_back({&rules::kAnyType, static_cast<std::uint64_t>(failure.offset), failure.path,
+    const bool is_unknown = IsTypeUrl(outside.at(google::protobuf::Any::kTypeUrlFieldNumber).text);
+    found.push_back({is_unknown ? &rules::kUnknownType : &rules::kAnyType,
+                     static_cast<std::uint64_t>(failure.offset), failure.path,
                      failure.text.substr(reason)});
   }
 }

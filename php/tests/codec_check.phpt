@@ -62,8 +62,8 @@ array(0) {
 the tool: offset 55: warning: 3: google.protobuf.Any has no field 3 [unknown-field]
 53 | message | error | utf-8 | byte 0xff is not valid UTF-8
 the tool: offset 54: error: message: byte 0xff is not valid UTF-8 [utf-8]
-0 | type_url | error | any-type | the schema has no type "type.googleapis.com/quor.protobuf.QuorPHP.QVals"
-the tool: offset 1: error: type_url: the schema has no type "type.googleapis.com/quor.protobuf.QuorPHP.QVals" [any-type]
+0 | type_url | warning | unknown-type | the schema has no type "type.googleapis.com/quor.protobuf.QuorPHP.QVals"
+the tool: offset 1: warning: type_url: the schema has no type "type.googleapis.com/quor.protobuf.QuorPHP.QVals" [unknown-type]
 0 | type_url | error | any-type | the google.protobuf.Any does not name its type
 the tool: offset 1: error: type_url: the google.protobuf.Any does not name its type; is the framing right? [any-type]
 -- very many

@@ -186,7 +186,7 @@ std::string Reported(const Reading& reading, const qmsg::Finding& finding,
                      qmsg::Report::Form form) {
   MemoryOutput memory;
   const std::string file = "-";
-  qmsg::Report(memory.output(), form).Tell({&file, 0, 0, reading.type}, finding);
+  qmsg::Report(memory.output(), form, 1).Tell({&file, 0, 0, reading.type}, finding);
   std::string line(memory.text());
   Expect(!line.empty() && line.back() == '\n', "A finding is not a line: ", line);
   line.pop_back();

@@ -783,7 +783,7 @@ class Streams(unittest.TestCase):
         self.assertEqual(
             [(one["message"], one["path"], one["code"], one["type"]) for one in found],
             [(0, "hostname", "utf-8", "quor.protobuf.Login.Login"),
-             (1, "type_url", "any-type", "google.protobuf.Any"),
+             (1, "type_url", "unknown-type", "google.protobuf.Any"),
              (3, "type_url", "utf-8", "google.protobuf.Any"),
              (4, "3", "unknown-field", "google.protobuf.Any"),
              (4, "type_url", "any-type", "google.protobuf.Any")])
@@ -811,6 +811,28 @@ class Options(unittest.TestCase):
                              (0, f"{path}: offset 0: warning: 2: quor.protobuf.Login.Login has no "
                                  "field 2 [unknown-field]\n",
                               "1 message, 0 errors, 1 warning\n"))
+
+    def test_twenty_findings_of_a_kind_are_printed(self):
+        # 25 unknown fields, and a text that is not UTF-8.
+        odd = from_hex("10 05") * 25 + from_hex("0a 01 ff")
+        _, output, errors = check(odd, "--type", "Login.Login")
+        lines = output.splitlines()
+        self.assertEqual(len(lines), 22)
+        self.assertEqual(sum(line.endswith("[unknown-field]") for line in lines), 20)
+        self.assertEqual(lines[-1],
+                         "standard input: and 5 more [unknown-field]; --all prints them")
+        self.assertIn("1 message, 1 error, 25 warnings", errors)
+        self.assertEqual(len(check(odd, "--type", "Login.Login", "--all")[1].splitlines()), 26)
+        self.assertEqual(len(findings_in(odd, "--type", "Login.Login")), 26)
+
+    def test_twenty_findings_of_a_kind_are_printed_of_each_file(self):
+        with tempfile.TemporaryDirectory() as folder:
+            paths = [os.path.join(folder, name) for name in "ab"]
+            for path in paths:
+                pathlib.Path(path).write_bytes(from_hex("10 05") * 21)
+            _, output, _ = check(None, "--type", "Login.Login", *paths)
+            self.assertEqual([line for line in output.splitlines() if "more" in line],
+                             [f"{path}: and 1 more [unknown-field]; --all prints them" for path in paths])
 
     def test_json(self):
         _, output, _ = check(self.ODD, "--type", "Login.Login", "--json")

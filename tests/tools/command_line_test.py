@@ -17,13 +17,27 @@ class Help(tool.ToolTest):
         self.assertIn("0 fine; 1 the data is bad, or differs; 2 wrong use; 3 input or output failed",
                       " ".join(self.run_tool("--help").text.split()))
 
-    def test_without_a_command_points_to_help(self):
+    def test_is_what_the_tool_prints_without_a_command(self):
         run = self.run_tool(code=WRONG_USE)
-        self.assertEqual(("", "A subcommand is required\nRun with --help for more information.\n"),
-                         (run.text, run.errors))
+        self.assertEqual(("", self.run_tool("--help").text), (run.text, run.errors))
+
+    def test_is_a_command_too(self):
+        self.assertEqual(self.run_tool("--help").text, self.run_tool("help").text)
+        self.assertEqual(self.run_tool("decode", "--help").text, self.run_tool("help", "decode").text)
 
 
 class WrongUse(tool.ToolTest):
+    def test_of_a_command_names_the_nearest(self):
+        for words, expected in [
+                (["decod"], "there is no command 'decod'; did you mean decode?"),
+                (["help", "decod"], "there is no command 'decod'; did you mean decode?"),
+                (["STATS"], "there is no command 'STATS'; did you mean stats?"),
+                (["capture.bin"], "there is no command 'capture.bin'; qmsg --help explains"),
+                (["a\033[2J"], "there is no command 'a\\x1b[2J'; qmsg --help explains")]:
+            with self.subTest(words):
+                run = self.run_tool(*words, code=WRONG_USE)
+                self.assertEqual(("", f"qmsg: {expected}\n"), (run.text, run.errors))
+
     def test_is_reported_with_the_option_and_its_values(self):
         cases = [
             (("decode", "--in", "octal"), "--in: octal not in {binary,hex,base64}"),

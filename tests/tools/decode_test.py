@@ -1,5 +1,6 @@
 """qmsg decode prints bytes as JSON and text, and reports faults with their place."""
 
+import json
 import resource
 import unittest
 
@@ -14,7 +15,7 @@ class Decode(tool.ToolTest):
     def test_prints_json_with_the_names_of_the_schema(self):
         # connection_id, field 2, is 0 and set; duration, field 9, holds nanos, field 2, 1,500,000.
         given = bytes.fromhex("1000") + SELECT_1 + bytes.fromhex("4a04" "10e0c65b")
-        self.assertEqual('{\n "connection_id": 0,\n "query": "SELECT 1",\n "duration": "0.001500s"\n}\n',
+        self.assertEqual('{\n  "connection_id": 0,\n  "query": "SELECT 1",\n  "duration": "0.001500s"\n}\n',
                          self.decode(given).text)
         self.assertEqual('{"connection_id":0,"query":"SELECT 1","duration":"0.001500s"}\n',
                          self.decode(given, "--compact").text)
@@ -44,11 +45,64 @@ class Decode(tool.ToolTest):
                          '[type.googleapis.com/quor.protobuf.Login.Login] '
                          '{ hostname: "h" } \n---\n', run.text)
 
+    def test_leaves_the_angle_brackets_of_a_text_as_they_are(self):
+        texts = ["$a->b < c", r"\u003e", r"\\u003c", "a\nb  c", "\x7f"]
+        for text in texts:
+            given = tool.tagged(5, text.encode())
+            for arguments in ((), ("--compact",)):
+                with self.subTest(text=text, arguments=arguments):
+                    printed = self.decode(given, *arguments).text
+                    self.assertEqual({"query": text}, json.loads(printed))
+        self.assertEqual('{"query":"$a->b < c"}\n',
+                         self.decode(tool.tagged(5, b"$a->b < c"), "--compact").text)
+
+    def test_leaves_out_and_counts_types_that_the_schema_does_not_have(self):
+        # The runtime has Struct.
+        given = tool.delimited(tool.in_any("quor.Newer", SELECT_1),
+                               tool.in_any("quor.protobuf.Tarq.SqlQuery", SELECT_1),
+                               tool.in_any("google.protobuf.Struct", b""),
+                               tool.in_any("quor.Newer", b""))
+        run = self.run_tool("decode", "--framing", "any", "--compact", given=given)
+        self.assertEqual(
+            '{"@type":"type.googleapis.com/quor.protobuf.Tarq.SqlQuery","query":"SELECT 1"}\n', run.text)
+        self.assertEqual(
+            "qmsg: 'standard input': left out 1 message: the schema has no type "
+            "'type.googleapis.com/google.protobuf.Struct'\n"
+            "qmsg: 'standard input': left out 2 messages: the schema has no type "
+            "'type.googleapis.com/quor.Newer'\n", run.errors)
+
+    def test_prints_positions(self):
+        query = tool.in_any("quor.protobuf.Tarq.SqlQuery", SELECT_1)
+        given = tool.delimited(query, tool.in_any("google.protobuf.Duration", b"\x08\x05"))
+        self.file('a "b"', given)
+        for arguments in ((), ("--compact",)):
+            with self.subTest(arguments):
+                run = self.run_tool("decode", "--framing", "any", "--with-position", *arguments, 'a "b"')
+                decoder, text, found = json.JSONDecoder(), run.text, []
+                while text:
+                    value, end = decoder.raw_decode(text)
+                    found.append(value)
+                    text = text[end:].lstrip()
+                self.assertEqual([
+                    {"@file": 'a "b"', "@message": 0, "@offset": given.index(SELECT_1),
+                     "@type": "type.googleapis.com/quor.protobuf.Tarq.SqlQuery", "query": "SELECT 1"},
+                    {"@file": 'a "b"', "@message": 1, "@offset": len(given) - 2,
+                     "@type": "type.googleapis.com/google.protobuf.Duration", "value": "5s"}], found)
+        for given, type_name, to, expected in [
+                (b"", "SqlQuery", "json", '{"@file":"standard input","@message":0,"@offset":0}\n'),
+                (b"\x08\x05", "google.protobuf.Duration", "json",
+                 '{"@file":"standard input","@message":0,"@offset":0,"value":"5s"}\n'),
+                (SELECT_1, "SqlQuery", "text",
+                 '# standard input: message 0 at offset 0\nquery: "SELECT 1" \n')]:
+            with self.subTest(expected):
+                self.assertEqual(expected, self.decode(given, "--with-position", "--compact", "--to", to,
+                                                       type_name=type_name).text)
+
     def test_counts_unknown_fields_with_their_offsets_and_keeps_them_in_text(self):
         # Field 19, a number, at 0; error, field 8, with field 2 inside, at 5; a group 20 at 7.
         given = bytes.fromhex("980105" "4202" "1001" "a301" "0801" "a401")
         run = self.decode(given)
-        self.assertEqual('{\n "error": {}\n}\n', run.text)
+        self.assertEqual('{\n  "error": {}\n}\n', run.text)
         self.assertEqual("qmsg: standard input: 3 unknown fields, 19 at offset 0, "
                          "error.2 at offset 5, 20 at offset 7\n", run.errors)
         run = self.decode(given, "--to", "text")
@@ -184,11 +238,8 @@ class BadMessage(tool.ToolTest):
         cases = [
             (b"\x0a\x05", "not a valid google.protobuf.Any: offset 2, type_url: a length of 5 bytes"),
             (b"\x12\x00", "the google.protobuf.Any does not name its type; is the framing right?"),
-            (tool.in_any("quor.Nothing", b""),
-             "the schema has no type 'type.googleapis.com/quor.Nothing'"),
-            # The runtime has it.
-            (tool.in_any("google.protobuf.Struct", b""),
-             "the schema has no type 'type.googleapis.com/google.protobuf.Struct'"),
+            (tool.in_any("SqlQuery", b"", url=""), "the schema has no type 'SqlQuery'"),
+            (tool.in_any("a b", b"", url="x/"), "the schema has no type 'x/a b'"),
         ]
         for message, expected in cases:
             with self.subTest(expected):

@@ -21,6 +21,12 @@ MEANINGS = [
     ("google.protobuf.Timestamp", "google.protobuf.Timestamp"),
     ("google.protobuf.Duration", "google.protobuf.Duration"),
     ("google.protobuf.Any", "google.protobuf.Any"),
+    ("sqlquery", "quor.protobuf.Tarq.SqlQuery"),
+    ("TARQ.ERROR", "quor.protobuf.Tarq.Error"),
+    ("Tarq.Proto", "tarq.proto"),
+    ("SqlQuery.5", "quor.protobuf.Tarq.SqlQuery.query"),
+    ("type.googleapis.com/quor.protobuf.Tarq.SqlQuery", "quor.protobuf.Tarq.SqlQuery"),
+    ("a.b/c/SqlQuery", "quor.protobuf.Tarq.SqlQuery"),
 ]
 
 REFUSALS = [
@@ -37,8 +43,10 @@ REFUSALS = [
     ("BOOL", "'BOOL' is ambiguous: quor.protobuf.Config.Value.Type.BOOL, "
              "quor.protobuf.QuorPHP.QVal.Type.BOOL"),
     ("SqlQury", "nothing is called 'SqlQury'; nearest: quor.protobuf.Tarq.SqlQuery"),
-    ("sqlquery", "nothing is called 'sqlquery'; nearest: quor.protobuf.Tarq.SqlQuery, "
-                 "quor.protobuf.Tarq.SqlQuery.query, quor.protobuf.Tarq.SqlQueries"),
+    ("Flags", "'Flags' is ambiguous: quor.protobuf.CT.Header.flags, "
+              "quor.protobuf.Tarq.SqlQuery.flags"),
+    ("SqlQuery.99", "quor.protobuf.Tarq.SqlQuery has no field 99; qmsg describe SqlQuery lists its "
+                    "fields"),
     ("Tarq.SqlQuery.flag", "nothing is called 'Tarq.SqlQuery.flag'; nearest: "
                            "quor.protobuf.Tarq.SqlQuery.flags, "
                            "quor.protobuf.Tarq.SqlQuery.rows, "
@@ -48,8 +56,6 @@ REFUSALS = [
     ("tarq.prot", "nothing is called 'tarq.prot'; nearest: tarq.proto, "
                   "quor.protobuf.Tarq.Error"),
     ("proto", "nothing is called 'proto'; 'qmsg types' lists all types"),
-    ("Query", "nothing is called 'Query'; nearest: quor.protobuf.Tarq.SqlQuery.query, "
-              "quor.protobuf.JQ.Queue"),
     ("xyzzy", "nothing is called 'xyzzy'; 'qmsg types' lists all types"),
     ("", "nothing is called ''; 'qmsg types' lists all types"),
     (".", "nothing is called '.'; 'qmsg types' lists all types"),

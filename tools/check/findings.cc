@@ -64,12 +64,25 @@ std::string Quoted(std::string_view text) {
   return json.String(text.substr(0, size)).text() + "...";
 }
 
-Report::Report(Output& output, Form form)
-    : output_(output), form_(form), colour_(WantsColour(output)) {}
+Report::Report(Output& output, Form form, std::uint64_t most)
+    : output_(output), form_(form), colour_(WantsColour(output)), most_(most) {}
 
 void Report::Tell(const Subject& subject, const Finding& finding) {
   ++(finding.rule->severity == Severity::kError ? errors_ : warnings_);
+  if (++found_[finding.rule] > most_) {
+    return;
+  }
   output_.Write((form_ == Form::kJson ? Json(subject, finding) : Text(subject, finding)) + '\n');
+}
+
+void Report::Finish(const std::string& file) {
+  for (const Rule* rule : kRules) {
+    if (found_[rule] > most_) {
+      output_.Write(file + ": and " + std::to_string(found_[rule] - most_) + " more [" +
+                    rule->code + "]; --all prints them\n");
+    }
+  }
+  found_.clear();
 }
 
 std::string Report::Text(const Subject& subject, const Finding& finding) const {

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -59,10 +60,14 @@ class Report {
     kJson,      // an object with file, message, offset, severity, code, path, reason, type
   };
 
-  Report(Output& output, Form form);
+  // At most `most` findings of each rule are printed of a file.
+  Report(Output& output, Form form, std::uint64_t most);
 
   // Prints the offset from the beginning of the file.
   void Tell(const Subject& subject, const Finding& finding);
+
+  // Says how many findings were not printed. Call at the end of each file.
+  void Finish(const std::string& file);
 
   std::uint64_t errors() const { return errors_; }
   std::uint64_t warnings() const { return warnings_; }
@@ -73,6 +78,8 @@ class Report {
   Output& output_;
   Form form_;
   bool colour_;
+  std::uint64_t most_;
+  std::map<const Rule*, std::uint64_t> found_;  // in this file
   std::uint64_t errors_ = 0;
   std::uint64_t warnings_ = 0;
 };

@@ -19,6 +19,8 @@ inline constexpr Rule kFraming{"framing", Severity::kError,
                                "the rest of the input is not a message"};
 inline constexpr Rule kAnyType{"any-type", Severity::kError,
                                "an Any does not name a type of the schema"};
+inline constexpr Rule kUnknownType{"unknown-type", Severity::kWarning,
+                                   "an Any has a type that the schema does not have"};
 inline constexpr Rule kMalformed{"malformed", Severity::kError, "the wire format is invalid"};
 inline constexpr Rule kUtf8{"utf-8", Severity::kError, "text is not valid UTF-8"};
 inline constexpr Rule kTypeTag{"type-tag", Severity::kWarning,
@@ -46,11 +48,14 @@ inline constexpr Rule kRepeatedSingular{"repeated-singular", Severity::kWarning,
 
 }  // namespace rules
 
-inline constexpr std::array<const Rule*, 15> kRules{
-    &rules::kFraming,      &rules::kAnyType,       &rules::kMalformed,
-    &rules::kUtf8,         &rules::kTypeTag,       &rules::kUndeclaredEnum,
-    &rules::kUnknownField, &rules::kWireType,      &rules::kDanglingReference,
-    &rules::kParentCycle,  &rules::kDuplicateKey,  &rules::kNanosRange,
-    &rules::kSecondsRange, &rules::kContentLength, &rules::kRepeatedSingular};
+inline constexpr std::array<const Rule*, 16> kRules{
+    &rules::kFraming,        &rules::kAnyType,
+    &rules::kMalformed,      &rules::kUtf8,
+    &rules::kUnknownType,    &rules::kTypeTag,
+    &rules::kUndeclaredEnum, &rules::kUnknownField,
+    &rules::kWireType,       &rules::kDanglingReference,
+    &rules::kParentCycle,    &rules::kDuplicateKey,
+    &rules::kNanosRange,     &rules::kSecondsRange,
+    &rules::kContentLength,  &rules::kRepeatedSingular};
 
 }  // namespace qmsg

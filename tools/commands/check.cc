@@ -1,6 +1,7 @@
 #include <google/protobuf/any.pb.h>
 
 #include <iostream>
+#include <limits>
 #include <memory>
 
 #include "check/message_check.h"
@@ -20,7 +21,10 @@ struct CheckOptions {
   MessageOptions messages;
   bool json = false;
   bool strict = false;
+  bool all = false;
 };
+
+constexpr std::uint64_t kMost = 20;  // findings of a rule that are printed of a file
 
 std::string Counted(std::uint64_t count, const std::string& what) {
   return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
@@ -38,7 +42,8 @@ class Checker {
       : options_(options),
         framing_(options.messages.framing),
         type_(FindType(options.messages.type, options.messages.framing, false)),
-        report_(Output::Standard(), FormOf(options)) {}
+        report_(Output::Standard(), FormOf(options),
+                options.all || options.json ? std::numeric_limits<std::uint64_t>::max() : kMost) {}
 
   ExitCode Run() {
     if (type_ == nullptr && framing_ != Framing::kAny) {
@@ -72,9 +77,10 @@ class Checker {
         [this](const Subject& subject, const Finding& finding) { report_.Tell(subject, finding); });
     Subject subject{&input.name(), 0, 0, type_};
     try {
-      FrameReader frames(input, framing_);
+      FrameReader frames(input, framing_, options_.messages.selection);
       Progress progress(input, !Output::Standard().IsTerminal());
-      for (Frame frame; frames.Next(frame); ++subject.message) {
+      for (Frame frame; frames.Next(frame);) {
+        subject.message = frame.index;
         subject.offset = frame.offset;
         ++messages_;
         Message(subject, frame.bytes, references);
@@ -82,6 +88,7 @@ class Checker {
       }
       WarnIfEmpty(input, framing_);
     } catch (const BrokenStream& error) {
+      subject.message = error.index();
       TellBroken(subject, error.offset(), error.reason());
     } catch (const Error& error) {
       if (error.code() != ExitCode::kBadData) {
@@ -90,6 +97,7 @@ class Checker {
       TellBroken(subject, input.position(), WithoutName(input.name(), error.what()));
     }
     references.Finish();
+    report_.Finish(input.name());
   }
 
   void TellBroken(Subject subject, std::uint64_t offset, const std::string& reason) {
@@ -112,11 +120,12 @@ class Checker {
     const FieldState& url = any.at(Any::kTypeUrlFieldNumber);
     content.type = TypeOf(url.text);
     if (content.type == nullptr) {
-      report_.Tell(subject,
-                   {&rules::kAnyType, url.begin, "type_url",
-                    url.text.empty()
-                        ? "the google.protobuf.Any does not name its type; is the framing right?"
-                        : "the schema has no type " + Quoted(url.text)});
+      report_.Tell(
+          subject,
+          {IsTypeUrl(url.text) ? &rules::kUnknownType : &rules::kAnyType, url.begin, "type_url",
+           url.text.empty()
+               ? "the google.protobuf.Any does not name its type; is the framing right?"
+               : "the schema has no type " + Quoted(url.text)});
       return;
     }
     const std::string_view value = any.at(Any::kValueFieldNumber).text;
@@ -157,6 +166,7 @@ std::string Notes() {
          "file, severity, path of the field, description, and one of these codes. The first\n"
          "four are errors:\n" +
          codes +
+         "Of a file, 20 findings with the same code are printed; --all and --json print each.\n"
          "After a bad message, checking continues with the next one. A stream that cannot be\n"
          "read further is an error.\n\n"
          "References from queries to connections and transactions are checked if the same\n"
@@ -174,7 +184,10 @@ Command CheckCommand() {
                   InputOptions(options->messages)};
   command.options.push_back(
       {{"--json"}, "Print each finding as a JSON object on one line", &options->json});
+  command.options.push_back(
+      {{"--all"}, "Print all findings, not only 20 of each kind", &options->all});
   command.options.push_back({{"--strict"}, "Exit with 1 for warnings too", &options->strict});
+  AddSelection(options->messages.selection, command);
   command.notes = Notes();
   command.examples = {"echo 0802 | qmsg check --type QVal --in hex"};
   command.run = [options] { return Checker(*options).Run(); };

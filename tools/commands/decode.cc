@@ -12,6 +12,8 @@
 #include "commands/commands.h"
 #include "commands/message_input.h"
 #include "io/documents.h"
+#include "io/escape.h"
+#include "io/json.h"
 #include "io/output.h"
 #include "wire/walk.h"
 
@@ -24,10 +26,38 @@ struct DecodeOptions {
   MessageOptions messages;
   TextForm to = TextForm::kJson;
   bool compact = false;
+  bool with_position = false;
 };
 
 Error NotInJson(const std::string& where, const std::string& reason) {
   return {ExitCode::kBadData, where + ": JSON cannot represent it: " + reason + "; --to text can"};
+}
+
+// What the runtime prints, with two spaces a level, and < and > as they are.
+std::string Legible(const std::string& json) {
+  std::string text;
+  text.reserve(json.size() + json.size() / 8);
+  for (std::size_t i = 0; i < json.size(); ++i) {
+    if (json[i] == '\\') {
+      const std::string_view escape = std::string_view(json).substr(i, 6);
+      if (escape == "\\u003c" || escape == "\\u003e") {
+        text += escape.back() == 'c' ? '<' : '>';
+        i += 5;
+      } else {
+        text += json[i++];
+        text += json[i];
+      }
+      continue;
+    }
+    text += json[i];
+    if (json[i] == '\n') {
+      while (i + 1 < json.size() && json[i + 1] == ' ') {
+        text += "  ";
+        ++i;
+      }
+    }
+  }
+  return text;
 }
 
 std::string ToJson(const pb::Message& message, bool compact, const std::string& where) {
@@ -42,7 +72,7 @@ std::string ToJson(const pb::Message& message, bool compact, const std::string& 
   if (json.back() != '\n') {
     json += '\n';
   }
-  return json;
+  return Legible(json);
 }
 
 std::string ToText(const pb::Message& message, bool compact) {
@@ -142,6 +172,24 @@ std::unique_ptr<pb::Message> WithItsType(const Received& received,
   return any;
 }
 
+// The object with the position in front. A time, which is a text, becomes a member of an object.
+std::string WithPosition(const std::string& json, bool compact, const Received& received) {
+  const std::string space = compact ? "" : " ";
+  const std::string separator = compact ? "," : ",\n  ";
+  const auto member = [&](const char* key) { return '"' + std::string(key) + "\":" + space; };
+  JsonWriter file(JsonWriter::Style::kCompact);
+  std::string text = (compact ? "{" : "{\n  ") + member("@file") +
+                     file.String(*received.input).text() + separator + member("@message") +
+                     std::to_string(received.index) + separator + member("@offset") +
+                     std::to_string(received.offset);
+  if (json.front() != '{') {
+    return text + separator + member("value") + json.substr(0, json.size() - 1) +
+           (compact ? "}\n" : "\n}\n");
+  }
+  const std::size_t first = json.find_first_not_of("{ \n");
+  return text + (json[first] == '}' ? (compact ? "" : "\n") : separator) + json.substr(first);
+}
+
 void Decode(const DecodeOptions& options, const Received& received) {
   std::unique_ptr<pb::Message> message = Parse(received);
   const Inspection inspection(received);
@@ -151,8 +199,13 @@ void Decode(const DecodeOptions& options, const Received& received) {
   message = WithItsType(received, std::move(message));
   Output& output = Output::Standard();
   if (options.to == TextForm::kJson) {
-    output.Write(ToJson(*message, options.compact, received.Where()));
+    const std::string json = ToJson(*message, options.compact, received.Where());
+    output.Write(options.with_position ? WithPosition(json, options.compact, received) : json);
   } else {
+    if (options.with_position) {
+      output.Write("# " + Escape(*received.input) + ": message " + std::to_string(received.index) +
+                   " at offset " + std::to_string(received.offset) + '\n');
+    }
     output.Write(ToText(*message, options.compact));
     if (options.messages.framing != Framing::kNone) {
       output.Write(kEndOfText);
@@ -170,6 +223,10 @@ Command DecodeCommand() {
   command.options.push_back(
       TextFormOption("--to", "Format of the output; default: json", options->to));
   command.options.push_back({{"--compact"}, "Print each message on one line", &options->compact});
+  command.options.push_back({{"--with-position"},
+                             "Print the file, index and offset of each message with it",
+                             &options->with_position});
+  AddSelection(options->messages.selection, command);
   command.notes = std::string(kFramingHelp) +
                   "\n\nUnknown fields are printed with --to text only; they are always counted on "
                   "standard error.\n"

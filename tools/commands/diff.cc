@@ -19,6 +19,7 @@ struct DiffOptions {
   std::string type;
   Form form = Form::kBinary;
   Framing framing = Framing::kNone;
+  Selection selection;
 };
 
 // The bytes beyond ASCII that are written as consecutive octal escapes from `at` on.
@@ -99,16 +100,19 @@ ExitCode Diff(const DiffOptions& options) {
     throw Error(ExitCode::kWrongUse, "only one of A and B can be standard input");
   }
   const auto* type = FindType(options.type, options.framing, true);
-  MessageReader a(options.a, options.form, options.framing, type);
-  MessageReader b(options.b, options.form, options.framing, type);
-  return Compare(a, b) ? ExitCode::kBadData : ExitCode::kFine;
+  MessageReader a(options.a, options.form, options.framing, options.selection, type);
+  MessageReader b(options.b, options.form, options.framing, options.selection, type);
+  const bool differ = Compare(a, b);
+  a.TellUnknownTypes();
+  b.TellUnknownTypes();
+  return differ ? ExitCode::kBadData : ExitCode::kFine;
 }
 
 }  // namespace
 
 Command DiffCommand() {
   auto options = std::make_shared<DiffOptions>();
-  return {
+  Command command{
       "diff",
       "Compare messages field by field",
       {{{"A"}, "A file; -: standard input", &options->a, "FILE", {}, Presence::kRequired},
@@ -122,6 +126,8 @@ Command DiffCommand() {
           "differs.",
       {"qmsg diff --type SqlQueries before.bin after.bin || true"},
       [options] { return Diff(*options); }};
+  AddSelection(options->selection, command);
+  return command;
 }
 
 }  // namespace qmsg

@@ -22,6 +22,7 @@ struct GuessOptions {
   std::string file = "-";
   Form form = Form::kBinary;
   Framing framing = Framing::kNone;
+  Selection selection;
   bool all = false;
   bool json = false;
 };
@@ -57,6 +58,7 @@ class Guesser {
     messages.files = {options_.file};
     messages.form = options_.form;
     messages.framing = options_.framing;
+    messages.selection = options_.selection;
     messages.keep_going = true;
     ForEachMessage(messages, false, [this](const Received& received) { Judge(received); });
     const std::vector<Candidate> candidates = ranking_.Candidates();
@@ -214,7 +216,7 @@ class Guesser {
 
 Command GuessCommand() {
   auto options = std::make_shared<GuessOptions>();
-  return {
+  Command command{
       "guess",
       "Guess the type of a message",
       {{{"FILE"}, "Input file; default, or -: standard input", &options->file, "FILE"},
@@ -229,6 +231,8 @@ Command GuessCommand() {
           "the same bytes only.",
       {"echo 0a03726571120c08012a0853454c4543542031 | qmsg guess --in hex --json"},
       [options] { return Guesser(*options).Run(); }};
+  AddSelection(options->selection, command);
+  return command;
 }
 
 }  // namespace qmsg

@@ -2,7 +2,10 @@
 
 #include <google/protobuf/any.pb.h>
 
+#include <charconv>
 #include <iostream>
+#include <system_error>
+#include <utility>
 
 #include "io/escape.h"
 #include "io/output.h"
@@ -30,7 +33,7 @@ class AnyFields : public Visitor {
   Occurrence value;
 };
 
-// Replaces an Any by the message in it.
+// Replaces an Any by the message in it. The type is null if the schema does not have it.
 void Unpack(Received& message) {
   message.type = Any::descriptor();
   AnyFields fields;
@@ -39,7 +42,7 @@ void Unpack(Received& message) {
   }
   message.type_url = message.bytes.substr(fields.url.value, fields.url.size());
   message.type = TypeOf(message.type_url);
-  if (message.type == nullptr) {
+  if (message.type == nullptr && !IsTypeUrl(message.type_url)) {
     throw Error(ExitCode::kBadData,
                 message.Where() +
                     (message.type_url.empty()
@@ -50,10 +53,29 @@ void Unpack(Received& message) {
   message.offset += fields.value.value;
 }
 
+// A number of an option; `whole` is the text that it is in.
+std::uint64_t Number(const std::string& text, const std::string& option, const std::string& whole) {
+  std::uint64_t number = 0;
+  const char* end = text.data() + text.size();
+  const auto [last, error] = std::from_chars(text.data(), end, number);
+  if (error != std::errc() || last != end) {
+    throw Error(ExitCode::kWrongUse, option + " " + Escape(whole) + ": a number is expected");
+  }
+  return number;
+}
+
+std::uint64_t AtLeastOne(const std::string& text, const std::string& option) {
+  const std::uint64_t number = Number(text, option, text);
+  if (number == 0) {
+    throw Error(ExitCode::kWrongUse, option + " 0 selects nothing");
+  }
+  return number;
+}
+
 // Returns whether all messages were good. Stops at the first bad one unless told to keep going.
 bool VisitFile(const MessageOptions& options, const Descriptor* type, const std::string& path,
                const std::function<void(const Received&)>& visit) {
-  MessageReader reader(path, options.form, options.framing, type);
+  MessageReader reader(path, options.form, options.framing, options.selection, type);
   Progress progress(reader.input(), options.prints_at_end || !Output::Standard().IsTerminal());
   bool good = true;
   for (Received message; good || (options.keep_going && !reader.broken());) {
@@ -72,6 +94,8 @@ bool VisitFile(const MessageOptions& options, const Descriptor* type, const std:
       good = false;
     }
   }
+  progress.Hide();
+  reader.TellUnknownTypes();
   WarnIfEmpty(reader.input(), options.framing);
   return good;
 }
@@ -97,6 +121,39 @@ Option FramingOption(Framing& framing) {
       {{"none", Framing::kNone}, {"delimited", Framing::kDelimited}, {"any", Framing::kAny}});
 }
 
+void AddSelection(Selection& selection, Command& command) {
+  const auto add = [&](const char* name, const char* help, const char* value,
+                       const std::function<void(const std::string&)>& set) {
+    const auto set_once = [&selection, set](const std::string& text) {
+      if (selection.range || selection.offset || selection.tail) {
+        throw Error(ExitCode::kWrongUse,
+                    "--message, --offset, --head and --tail exclude each other");
+      }
+      set(text);
+    };
+    command.options.push_back({{name}, help, set_once, value});
+  };
+  add("--message", "Only the message with this index, or those from N to M", "N[-M]",
+      [&selection](const std::string& text) {
+        const std::size_t dash = text.find('-');
+        const std::uint64_t first = Number(text.substr(0, dash), "--message", text);
+        const std::uint64_t last =
+            dash == std::string::npos ? first : Number(text.substr(dash + 1), "--message", text);
+        if (last < first) {
+          throw Error(ExitCode::kWrongUse, "--message " + text + ": the last is before the first");
+        }
+        selection.range = {first, last};
+      });
+  add("--offset", "Only the message that holds the byte at this offset", "OFFSET",
+      [&selection](const std::string& text) { selection.offset = Number(text, "--offset", text); });
+  add("--head", "Only the first messages of each file", "COUNT",
+      [&selection](const std::string& text) {
+        selection.range = {0, AtLeastOne(text, "--head") - 1};
+      });
+  add("--tail", "Only the last messages of each file", "COUNT",
+      [&selection](const std::string& text) { selection.tail = AtLeastOne(text, "--tail"); });
+}
+
 std::vector<Option> InputOptions(MessageOptions& options) {
   return {{{"FILE"}, "Input file; default, or -: standard input", &options.files, "FILE"},
           TypeOption(options.type),
@@ -117,21 +174,40 @@ std::string Received::Where() const {
 }
 
 MessageReader::MessageReader(const std::string& path, Form form, Framing framing,
-                             const Descriptor* type)
-    : input_(path, form), frames_(input_, framing), framing_(framing), type_(type) {}
+                             Selection selection, const Descriptor* type)
+    : input_(path, form), frames_(input_, framing, selection), framing_(framing), type_(type) {}
 
 bool MessageReader::Next(Received& message) {
-  Frame frame;
-  broken_ = true;
-  if (!frames_.Next(frame)) {
-    return false;
-  }
-  broken_ = false;
-  message = {&input_.name(), framing_, frame.index, frame.offset, type_, frame.bytes, {}};
-  if (framing_ == Framing::kAny) {
+  for (;;) {
+    Frame frame;
+    broken_ = true;
+    if (!frames_.Next(frame)) {
+      return false;
+    }
+    broken_ = false;
+    message = {&input_.name(), framing_, frame.index, frame.offset, type_, frame.bytes, {}};
+    if (framing_ != Framing::kAny) {
+      return true;
+    }
     Unpack(message);
+    if (message.type != nullptr) {
+      return true;
+    }
+    constexpr std::size_t kMostTypes = 1000;
+    std::string type(message.type_url);
+    if (unknown_types_.size() >= kMostTypes && unknown_types_.count(type) == 0) {
+      type = "other types";
+    }
+    ++unknown_types_[type];
   }
-  return true;
+}
+
+void MessageReader::TellUnknownTypes() const {
+  for (const auto& [type, count] : unknown_types_) {
+    std::cerr << "qmsg: '" << input_.name() << "': left out " << count
+              << (count == 1 ? " message" : " messages") << ": the schema has no type '"
+              << Escape(type) << "'\n";
+  }
 }
 
 const Descriptor* FindType(const std::string& name, Framing framing, bool needed) {

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -24,6 +25,7 @@ struct MessageOptions {
   std::string type;                // empty: not given
   Form form = Form::kBinary;
   Framing framing = Framing::kNone;
+  Selection selection;
   bool keep_going = false;
   // Nothing is printed before the end of the input, so progress may be shown on the terminal.
   bool prints_at_end = false;
@@ -34,6 +36,8 @@ Option TypeOption(std::string& type);
 Option FormOption(const std::string& name, const std::string& help, Form& form);
 Option TextFormOption(const std::string& name, const std::string& help, TextForm& form);
 Option FramingOption(Framing& framing);
+// Adds --message, --offset, --head and --tail.
+void AddSelection(Selection& selection, Command& command);
 
 // FILE..., --type, --in and --framing.
 std::vector<Option> InputOptions(MessageOptions& options);
@@ -64,12 +68,16 @@ struct Received {
 class MessageReader {
  public:
   // `type` as FindType returns it.
-  MessageReader(const std::string& path, Form form, Framing framing,
+  MessageReader(const std::string& path, Form form, Framing framing, Selection selection,
                 const google::protobuf::Descriptor* type);
 
-  // Returns false at the end. Throws Error with the place when this message is bad. After that,
-  // `broken` says whether the rest of the file is unreadable too.
+  // Returns false at the end. Leaves out messages in an Any whose type the schema does not have.
+  // Throws Error with the place when this message is bad. After that, `broken` says whether the
+  // rest of the file is unreadable too.
   bool Next(Received& message);
+
+  // Says on standard error which types were left out, and how many messages of each.
+  void TellUnknownTypes() const;
 
   bool broken() const { return broken_; }
   const Input& input() const { return input_; }
@@ -79,6 +87,7 @@ class MessageReader {
   FrameReader frames_;
   Framing framing_;
   const google::protobuf::Descriptor* type_;
+  std::map<std::string, std::uint64_t> unknown_types_;  // how many messages of each
   bool broken_ = false;
 };
 

@@ -170,6 +170,7 @@ Command StatsCommand() {
   command.options.push_back(
       {{"--largest"}, "Number of large messages to list; default: 5", &options->largest, "COUNT"});
   command.options.push_back({{"--json"}, "Print JSON", &options->json});
+  AddSelection(options->messages.selection, command);
   command.notes = std::string(kFramingHelp) +
                   "\n\nThe bytes of a field include its tag, its length and everything inside it.";
   command.examples = {"qmsg stats --framing any stream.bin"};

@@ -22,6 +22,7 @@ struct WireOptions {
   std::string type;
   Form form = Form::kBinary;
   Framing framing = Framing::kNone;
+  Selection selection;
   bool full = false;
 };
 
@@ -30,6 +31,7 @@ class Viewer {
   explicit Viewer(const WireOptions& options)
       : framing_(options.framing),
         input_(options.file, options.form),
+        frames_(input_, options.framing, options.selection),
         type_(FindType(options.type, options.framing, false)),
         lines_(Output::Standard(), WantsColour(Output::Standard()), options.full) {}
 
@@ -53,23 +55,23 @@ class Viewer {
   }
 
   void Whole() {
-    const std::string bytes = ReadAll(input_);
-    lines_.Title(TypeText() + ", " + ByteCount(bytes.size()));
-    faults_ += ViewMessage(bytes, type_, 0, 0, lines_);
+    Frame frame;
+    frames_.Next(frame);
+    lines_.Title(TypeText() + ", " + ByteCount(frame.bytes.size()));
+    faults_ += ViewMessage(frame.bytes, type_, 0, 0, lines_);
   }
 
   void Stream() {
-    FrameReader frames(input_, framing_);
     lines_.Title("a stream of " + (type_ == nullptr ? "messages of unknown type" : TypeText()));
     try {
-      for (Frame frame; frames.Next(frame);) {
+      for (Frame frame; frames_.Next(frame);) {
         lines_.Field(frame.offset - frame.length.size(), frame.length, 0,
                      {{"message " + std::to_string(frame.index), Piece::Look::kName},
                       {": " + ByteCount(frame.bytes.size())}});
         faults_ += ViewMessage(frame.bytes, type_, frame.offset, 1, lines_);
       }
     } catch (const Error& error) {
-      const std::string unfinished = frames.Unfinished();
+      const std::string unfinished = frames_.Unfinished();
       if (unfinished.empty()) {
         throw;
       }
@@ -102,6 +104,7 @@ class Viewer {
 
   Framing framing_;
   Input input_;
+  FrameReader frames_;
   const pb::Descriptor* type_;
   HexLines lines_;
   std::size_t faults_ = 0;
@@ -111,7 +114,7 @@ class Viewer {
 
 Command WireCommand() {
   auto options = std::make_shared<WireOptions>();
-  return {
+  Command command{
       "wire",
       "Show bytes in hex, field by field",
       {{{"FILE"}, "Input file; default, or -: standard input", &options->file, "FILE"},
@@ -126,6 +129,8 @@ Command WireCommand() {
           "decimal; .. marks omitted bytes, <- a fault that no parser accepts.",
       {"echo 2a0853454c4543542031 | qmsg wire --type SqlQuery --in hex"},
       [options] { return Viewer(*options).Run(); }};
+  AddSelection(options->selection, command);
+  return command;
 }
 
 }  // namespace qmsg

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <utility>
 
 namespace qmsg {
 namespace {
@@ -15,10 +16,78 @@ BrokenStream::BrokenStream(const std::string& input, std::uint64_t index, std::u
                            const std::string& reason)
     : Error(ExitCode::kBadData, input + ": message " + std::to_string(index) + " at offset " +
                                     std::to_string(offset) + ": " + reason),
+      index_(index),
       offset_(offset),
       reason_(reason) {}
 
 bool FrameReader::Next(Frame& frame) {
+  if (selection_.tail) {
+    if (!has_selected_) {
+      ReadTail();
+    }
+    if (next_of_tail_ < tail_.size()) {
+      const Kept& kept = tail_[next_of_tail_++];
+      frame = kept.frame;
+      frame.length = kept.length;
+      frame.bytes = kept.bytes;
+      return true;
+    }
+    if (broken_) {
+      throw BrokenStream(*std::exchange(broken_, std::nullopt));
+    }
+    return false;
+  }
+  const bool has_all =
+      selection_.range ? next_index_ > selection_.range->last : selection_.offset && has_selected_;
+  if (has_all) {
+    return false;
+  }
+  do {
+    if (!Read(frame)) {
+      if (!has_selected_ && (selection_.range || selection_.offset)) {
+        RefuseSelection();
+      }
+      return false;
+    }
+  } while (!Selects(frame));
+  has_selected_ = true;
+  return true;
+}
+
+bool FrameReader::Selects(const Frame& frame) const {
+  if (selection_.range) {
+    return frame.index >= selection_.range->first && frame.index <= selection_.range->last;
+  }
+  return !selection_.offset || (*selection_.offset >= frame.offset - frame.length.size() &&
+                                *selection_.offset < frame.offset + frame.bytes.size());
+}
+
+void FrameReader::ReadTail() {
+  has_selected_ = true;
+  try {
+    for (Frame frame; Read(frame);) {
+      tail_.push_back({frame, std::string(frame.length), std::string(frame.bytes)});
+      if (tail_.size() > *selection_.tail) {
+        tail_.pop_front();
+      }
+    }
+  } catch (const BrokenStream& error) {
+    broken_ = error;
+  }
+}
+
+void FrameReader::RefuseSelection() const {
+  const std::uint64_t count = next_index_ - 1;
+  const std::string has = "': it has " + std::to_string(input_.position()) + " bytes in " +
+                          std::to_string(count) + (count == 1 ? " message" : " messages");
+  throw Error(ExitCode::kWrongUse,
+              selection_.range ? "no message " + std::to_string(selection_.range->first) + " in '" +
+                                     input_.name() + has + ", counted from 0"
+                               : "no message at offset " + std::to_string(*selection_.offset) +
+                                     " in '" + input_.name() + has);
+}
+
+bool FrameReader::Read(Frame& frame) {
   frame.index = next_index_++;
   if (framing_ == Framing::kNone) {
     if (frame.index > 0) {
@@ -26,6 +95,7 @@ bool FrameReader::Next(Frame& frame) {
     }
     bytes_ = ReadAll(input_);
     frame.offset = 0;
+    frame.length = {};
     frame.bytes = bytes_;
     return true;
   }

@@ -1,6 +1,7 @@
 #include "io/input.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,6 +12,7 @@
 #include <iostream>
 
 #include "error.h"
+#include "io/output.h"
 #include "io/text.h"
 
 namespace qmsg {
@@ -112,6 +114,11 @@ bool Input::Fill() {
 }
 
 bool Input::ReadFile() {
+  // Before it waits for more, the reader of the output gets what there is.
+  pollfd ready{descriptor_, POLLIN, 0};
+  if (!file_size_ && poll(&ready, 1, 0) == 0) {
+    Output::Standard().Flush();
+  }
   raw_.resize(kReadSize);
   ssize_t size = 0;
   do {

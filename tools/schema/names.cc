@@ -6,11 +6,12 @@
 #include <google/protobuf/timestamp.pb.h>
 
 #include <algorithm>
-#include <numeric>
+#include <iterator>
 #include <optional>
 #include <string_view>
 
 #include "error.h"
+#include "io/text.h"
 #include "schema/schema.h"
 
 namespace qmsg {
@@ -46,6 +47,11 @@ void AddMessage(const pb::Descriptor* message, Elements& elements) {
   for (int i = 0; i < message->nested_type_count(); ++i) {
     AddMessage(message->nested_type(i), elements);
   }
+}
+
+std::string LowerCase(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(), Lower);
+  return text;
 }
 
 bool EndsWith(std::string_view name, std::string_view end) {
@@ -93,26 +99,6 @@ std::optional<Element> ContainerOf(const Element& element) {
   return std::nullopt;
 }
 
-char Lower(char character) {
-  return character >= 'A' && character <= 'Z' ? static_cast<char>(character + 32) : character;
-}
-
-// The edit distance between two names, ignoring case.
-std::size_t EditDistance(std::string_view a, std::string_view b) {
-  std::vector<std::size_t> row(b.size() + 1);
-  std::iota(row.begin(), row.end(), std::size_t{0});
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    std::size_t diagonal = row[0];
-    row[0] = i + 1;
-    for (std::size_t j = 0; j < b.size(); ++j) {
-      const std::size_t changed = diagonal + (Lower(a[i]) == Lower(b[j]) ? 0 : 1);
-      diagonal = row[j + 1];
-      row[j + 1] = std::min({changed, row[j] + 1, row[j + 1] + 1});
-    }
-  }
-  return row.back();
-}
-
 std::string Join(const std::vector<std::string>& names) {
   std::string text;
   for (std::size_t i = 0; i < std::min(names.size(), kMostCandidates); ++i) {
@@ -149,7 +135,28 @@ std::vector<std::string> Nearest(const std::string& name, const Elements& elemen
   return names;
 }
 
-Element FindAmong(const Elements& elements, const std::string& name, const char* nothing) {
+// Those whose name is that in lower case. Files go by their whole names here, too.
+Elements CalledInLowerCase(const Elements& elements, const std::string& called) {
+  const std::string wanted = LowerCase(called);
+  Elements found;
+  std::copy_if(elements.begin(), elements.end(), std::back_inserter(found),
+               [&wanted](const Element& element) {
+                 const std::string name = LowerCase(FullName(element));
+                 return std::holds_alternative<const pb::FileDescriptor*>(element)
+                            ? name == wanted
+                            : EndsWith(name, wanted);
+               });
+  return found;
+}
+
+Element FindAmong(const Elements& elements, std::string name, const char* nothing) {
+  // A type URL, but not the path of a file.
+  const std::string_view file_end = ".proto";
+  const bool is_file = name.size() > file_end.size() &&
+                       name.compare(name.size() - file_end.size(), file_end.size(), file_end) == 0;
+  if (IsTypeUrl(name) && !is_file) {
+    name.erase(0, name.rfind('/') + 1);
+  }
   Elements found;
   for (const Element& element : elements) {
     if (FullName(element) == name) {
@@ -158,6 +165,9 @@ Element FindAmong(const Elements& elements, const std::string& name, const char*
     if (IsCalled(element, name)) {
       found.push_back(element);
     }
+  }
+  if (found.empty()) {
+    found = CalledInLowerCase(elements, name);
   }
   if (found.size() == 1) {
     return found.front();
@@ -233,6 +243,20 @@ std::string ShortName(const Element& element) {
 }
 
 Element FindElement(const std::string& name) {
+  // "SqlQuery.5" is a field by its number.
+  const std::size_t dot = name.rfind('.');
+  const std::string number = dot == std::string::npos ? "" : name.substr(dot + 1);
+  if (!number.empty() && number.size() < 10 &&
+      number.find_first_not_of("0123456789") == std::string::npos) {
+    const pb::Descriptor* message = FindMessage(name.substr(0, dot));
+    const pb::FieldDescriptor* field = message->FindFieldByNumber(std::stoi(number));
+    if (field == nullptr) {
+      throw Error(ExitCode::kWrongUse, message->full_name() + " has no field " + number +
+                                           "; qmsg describe " + message->name() +
+                                           " lists its fields");
+    }
+    return field;
+  }
   return FindAmong(SchemaElements(), name, "nothing");
 }
 

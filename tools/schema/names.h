@@ -31,8 +31,9 @@ const char* Kind(const Element& element);
 std::string ShortName(const Element& element);
 
 // The element of that name. Names are given in full, or by as much of their end as is unambiguous;
-// values also without their enum, as C++ has them: "QVal.NUL". Throws Error with the nearest
-// names.
+// values also without their enum, as C++ has them: "QVal.NUL"; fields also by their number:
+// "SqlQuery.5"; messages also as a type URL. Case counts only between names that differ in nothing
+// else. Throws Error with the nearest names.
 Element FindElement(const std::string& name);
 
 }  // namespace qmsg

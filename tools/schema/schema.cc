@@ -61,6 +61,18 @@ const pb::Descriptor* TypeOf(std::string_view url) {
   return is_own && !type->options().map_entry() ? type : nullptr;
 }
 
+bool IsTypeUrl(std::string_view text) {
+  const std::size_t slash = text.rfind('/');
+  return slash != std::string_view::npos && slash > 0 && slash + 1 < text.size() &&
+         std::all_of(text.begin() + static_cast<std::ptrdiff_t>(slash) + 1, text.end(),
+                     [](char character) {
+                       return (character >= 'a' && character <= 'z') ||
+                              (character >= 'A' && character <= 'Z') ||
+                              (character >= '0' && character <= '9') || character == '_' ||
+                              character == '.';
+                     });
+}
+
 std::unique_ptr<pb::Message> NewMessage(const pb::Descriptor* type) {
   return std::unique_ptr<pb::Message>(
       pb::MessageFactory::generated_factory()->GetPrototype(type)->New());

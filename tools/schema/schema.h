@@ -26,6 +26,9 @@ const google::protobuf::Descriptor* FindMessage(const std::string& name);
 // if FindMessage does not find it, even if the runtime has it.
 const google::protobuf::Descriptor* TypeOf(std::string_view url);
 
+// Whether a text has the form of such a URL, as a newer sender's has: "type.googleapis.com/a.B".
+bool IsTypeUrl(std::string_view text);
+
 // An empty message of that type.
 std::unique_ptr<google::protobuf::Message> NewMessage(const google::protobuf::Descriptor* type);
 
