@@ -43,9 +43,10 @@ ExitCode Run(int argc, const char* const* argv) {
                "output failed.",
                {},
                {}};
-  line.commands = {TypesCommand(), DescribeCommand(), DecodeCommand(),         EncodeCommand(),
-                   CheckCommand(), GuessCommand(),    WireCommand(),           DiffCommand(),
-                   StatsCommand(), DoctorCommand(),   CompletionCommand(line), ManCommand(line)};
+  line.commands = {TypesCommand(),          DescribeCommand(), DecodeCommand(), EncodeCommand(),
+                   CheckCommand(),          GuessCommand(),    WireCommand(),   DiffCommand(),
+                   StatsCommand(),          RequestsCommand(), TopCommand(),    DoctorCommand(),
+                   CompletionCommand(line), ManCommand(line)};
   const Option help{{"-h", "--help"}, "Print this help message and exit", HelpFlag()};
   line.tool.options.insert(line.tool.options.begin(), help);
   for (Command& command : line.commands) {

@@ -2,8 +2,9 @@
 
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
+
+#include "sql/literals.h"
 
 // What must not be recorded: values with a name of a secret, values that are known to be secret,
 // and literals in SQL.
@@ -41,21 +42,19 @@ class Redaction {
   bool MatchesSecretName(std::string_view name) const;
 
   std::vector<std::string> names_;  // in lower case
-  // Requests use the same names again and again.
-  mutable std::unordered_map<std::string, bool> known_names_;
+  // Requests use the same names again and again. Names with the same place in the table replace
+  // each other.
+  struct KnownName {
+    std::string name;  // empty: no name
+    bool is_secret = false;
+  };
+  static constexpr std::size_t kKnownNames = 1024;
+  mutable std::vector<KnownName> known_names_{kKnownNames};
   std::vector<std::string> values_;
 };
 
-// How a database reads text in quotes.
-enum class SqlQuotes {
-  kMysql,     // "text" is a literal, and a backslash escapes
-  kStandard,  // "text" is a name, and a backslash does not escape
-  kUnknown,   // "text" is a literal, and the statement ends where the two would read on differently
-};
-
-// The statement without its literals, with ? in their place, and without comments. What follows a
-// literal that does not end is left out.
-std::string WithoutLiterals(std::string_view sql, SqlQuotes quotes);
+using qmsg::SqlQuotes;
+using qmsg::WithoutLiterals;
 
 // A database's message about a statement, without the statement's literals and without what the
 // database says is a value, as in "Duplicate entry '...' for key".

@@ -14,6 +14,8 @@ Command GuessCommand();
 Command WireCommand();
 Command DiffCommand();
 Command StatsCommand();
+Command RequestsCommand();
+Command TopCommand();
 Command DoctorCommand();
 // These two write what `line` says when they run.
 Command CompletionCommand(const CommandLine& line);

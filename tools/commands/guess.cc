@@ -7,6 +7,7 @@
 #include "guess/ranking.h"
 #include "io/json.h"
 #include "io/output.h"
+#include "io/units.h"
 #include "schema/schema.h"
 
 namespace qmsg {
@@ -26,10 +27,6 @@ struct GuessOptions {
   bool all = false;
   bool json = false;
 };
-
-std::string RightAligned(const std::string& text, std::size_t width) {
-  return std::string(width > text.size() ? width - text.size() : 0, ' ') + text;
-}
 
 // "a; b; c" in lines that begin with `indent`.
 std::string Wrapped(const std::vector<std::string>& parts, const std::string& indent) {
@@ -113,8 +110,8 @@ class Guesser {
 
   static void WriteCandidate(const Candidate& candidate) {
     static const std::string kIndent(kColumn, ' ');
-    const std::string head = RightAligned(std::to_string(candidate.rank), 4) +
-                             RightAligned(std::to_string(candidate.evidence.Score()), 7) + "  ";
+    const std::string head = AlignRight(std::to_string(candidate.rank), 4) +
+                             AlignRight(std::to_string(candidate.evidence.Score()), 7) + "  ";
     std::string text;
     for (const pb::Descriptor* type : candidate.types) {
       text += (text.empty() ? head : kIndent) + type->full_name() + '\n';

@@ -105,6 +105,16 @@ Shown ShowText(std::string_view text, std::size_t columns) {
   return all;
 }
 
+std::string EscapeUnquoted(std::string_view text) {
+  std::string shown;
+  while (!text.empty()) {
+    const Shown one = ShowCharacter(text);
+    shown += text.front() == '"' || text.front() == '\'' ? std::string(1, text.front()) : one.text;
+    text.remove_prefix(one.size);
+  }
+  return shown;
+}
+
 std::string Escape(std::string_view text) {
   return ShowText(text, std::numeric_limits<std::size_t>::max()).text;
 }

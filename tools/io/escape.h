@@ -26,6 +26,9 @@ Shown ShowText(std::string_view text, std::size_t columns);
 // Shows all of it.
 std::string Escape(std::string_view text);
 
+// The same for text that does not stand between quotation marks: these are unchanged.
+std::string EscapeUnquoted(std::string_view text);
+
 // How readable a text is.
 enum class Legibility {
   kText,   // UTF-8 of printable characters, quotation marks and backslashes included
