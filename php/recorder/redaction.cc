@@ -66,7 +66,9 @@ bool Redaction::IsSecretName(std::string_view name) const {
   if (name.empty() || name.size() > kLongestName) {
     return false;
   }
-  const auto byte = [name](std::size_t i) { return static_cast<unsigned char>(name[i]); };
+  const auto byte = [name](std::size_t i) -> std::size_t {
+    return static_cast<unsigned char>(name[i]);
+  };
   const std::size_t place =
       name.size() + (byte(0) * 5U) + (byte(name.size() / 2) * 37U) + (byte(name.size() - 1) * 263U);
   KnownName& known = known_names_[place % kKnownNames];

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 
 namespace qmsg {
@@ -30,7 +31,7 @@ std::string TimeText(std::chrono::nanoseconds time) {
     ++unit;
   }
   return value < 999.5 ? ThreeDigits(value, kUnits.at(unit))
-                       : CountText(static_cast<std::uint64_t>(value + 0.5)) + " s";
+                       : CountText(static_cast<std::uint64_t>(std::llround(value))) + " s";
 }
 
 std::string SizeText(std::uint64_t bytes) {
