@@ -3,7 +3,7 @@ A request has a begin, an end, and one tag
 --FILE--
 <?php
 require __DIR__ . '/record.inc';
-$run = new Recording('usleep(20000); echo "out"; http_response_code(404); exit(3);');
+$run = new Recording('usleep(20000); http_response_code(404); echo "out"; exit(3);');
 check('the program prints what it prints', 'out', $run->output);
 check('it ends as it ends', 3, $run->status);
 [$begin] = $run->all('QuorPHP.RInitData');
