@@ -119,17 +119,18 @@ ExitCode Refuse(const std::string& command, const std::string& reason) {
 
 std::variant<const Command*, ExitCode> Parse(const CommandLine& line, int argc,
                                              const char* const* argv) {
-  std::vector<std::string> words(argv + 1, argv + argc);
+  std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
   if (!words.empty() && words.front() == "help") {  // "help decode" is "decode --help"
     words.erase(words.begin());
     words.resize(std::min<std::size_t>(words.size(), 1));
     words.emplace_back("--help");
   }
-  const std::string first = words.empty() || words.front().front() == '-' ? "" : words.front();
+  const bool has_command = !words.empty() && words.front().substr(0, 1) != "-";
+  const std::string first = has_command ? words.front() : "";
   const bool is_known =
       std::any_of(line.commands.begin(), line.commands.end(),
                   [&first](const Command& command) { return command.name == first; });
-  if (!first.empty() && !is_known) {
+  if (has_command && !is_known) {
     const std::string nearest = Nearest(line, first);
     if (!nearest.empty()) {
       std::cerr << "qmsg: there is no command '" << Escape(first) << "'; did you mean " << nearest

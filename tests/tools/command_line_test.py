@@ -32,6 +32,7 @@ class WrongUse(tool.ToolTest):
                 (["decod"], "there is no command 'decod'; did you mean decode?"),
                 (["help", "decod"], "there is no command 'decod'; did you mean decode?"),
                 (["STATS"], "there is no command 'STATS'; did you mean stats?"),
+                ([""], "there is no command ''; qmsg --help explains"),
                 (["capture.bin"], "there is no command 'capture.bin'; qmsg --help explains"),
                 (["a\033[2J"], "there is no command 'a\\x1b[2J'; qmsg --help explains")]:
             with self.subTest(words):

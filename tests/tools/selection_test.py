@@ -50,7 +50,8 @@ class Selection(tool.ToolTest):
         run = self.run_tool("decode", "--type", "Login.Login", "--message", "1", given=LOGINS[0],
                             code=WRONG_USE)
         self.assertIn("it has 3 bytes in 1 message,", run.errors)
-        self.assertEqual("", self.hosts("--tail", "3", given=b""))
+        for option in ("--head", "--tail"):
+            self.assertEqual("", self.hosts(option, "3", given=b""))
 
     def test_refuses_what_is_no_number_and_two_at_once(self):
         for arguments, reason in [

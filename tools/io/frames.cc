@@ -44,7 +44,9 @@ bool FrameReader::Next(Frame& frame) {
   }
   do {
     if (!Read(frame)) {
-      if (!has_selected_ && (selection_.range || selection_.offset)) {
+      const bool wants_more =
+          selection_.offset || (selection_.range && selection_.range->first > 0);
+      if (!has_selected_ && wants_more) {
         RefuseSelection();
       }
       return false;
