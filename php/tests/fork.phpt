@@ -2,6 +2,12 @@
 A forked process is a request of its own
 --EXTENSIONS--
 pcntl
+--SKIPIF--
+<?php
+if (str_contains(getenv('QMSG_PHP_UNDER') ?: '', 'valgrind')) {
+    echo 'skip it depends on time, of which valgrind takes much';
+}
+?>
 --FILE--
 <?php
 require __DIR__ . '/record.inc';
