@@ -24,13 +24,14 @@ fi
 # Unpacked, not installed: the package would bring a web server with it.
 if [[ ! -e $wiki/index.php ]]; then
   echo "Fetching Debian's package of MediaWiki"
-  rm -rf "$folder/packages" "$folder/unpacked"
-  mkdir -p "$folder/packages" "$folder/unpacked"
+  rm -rf "$folder/packages" "$folder/unpacking" "$folder/unpacked"
+  mkdir -p "$folder/packages" "$folder/unpacking"
   (cd "$folder/packages" && apt-get download --quiet --quiet --option APT::Sandbox::User=root \
     mediawiki mediawiki-classes)
   for package in "$folder"/packages/*.deb; do
-    dpkg-deb --extract "$package" "$folder/unpacked"
+    dpkg-deb --extract "$package" "$folder/unpacking"
   done
+  mv "$folder/unpacking" "$folder/unpacked" # as a whole, or not at all
 fi
 
 echo "Installing a wiki with a SQLite database in $folder/wiki"
@@ -46,7 +47,10 @@ MW_CONFIG_FILE="$folder/wiki/LocalSettings.php" "${php[@]}" -d extension="$build
 server=$!
 trap 'kill "$server"' EXIT
 until address="$(grep -o 'http://[0-9.:]*' "$folder/wiki/server.log")"; do
-  kill -0 "$server"
+  if ! kill -0 "$server" 2>/dev/null; then
+    cat "$folder/wiki/server.log" >&2
+    exit 1
+  fi
   sleep 0.1
 done
 page() {
